@@ -1,0 +1,160 @@
+/*
+ * libkovral: splits a slap fingerprint image (up to four fingers side by
+ * side, 8-bit gray, 500 ppi) into upright single-finger images.
+ *
+ * Typical use:
+ *
+ *   KOVRAL_Init(1600, 1500);                 // largest image you will split
+ *   KOVRAL_INFO_ info[10];                   // always ten records ...
+ *   for (int i = 0; i < 10; i++)             // ... each with its own buffer
+ *       info[i].pFpImg = malloc(320 * 480);
+ *   int count = 0;
+ *   if (KOVRAL_DoSplit(img, w, h, 0, 320, 480, &count, info) == KOVRAL_OK)
+ *       for (int i = 0; i < count; i++)      // left to right
+ *           KOVRAL_SaveToBmp(info[i].pFpImg, 320, 480, name_of(i));
+ *   KOVRAL_Uninit();
+ *
+ * Threading: the library has no thread of its own. One split at a time per
+ * process: the caller serialises KOVRAL_DoSplit calls and does not run
+ * KOVRAL_Init or KOVRAL_Uninit during a split (KOVRAL_Uninit does wait for
+ * a split that is finishing). KOVRAL_SaveToBmp may run on any thread at any
+ * time. No entry point throws.
+ */
+#ifndef KOVRAL_H
+#define KOVRAL_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#if defined(_WIN32)
+#define KOVRAL_API
+#else
+#define KOVRAL_API __attribute__((visibility("default")))
+#endif
+
+#define KOVRAL_VERSION_MAJOR 1
+#define KOVRAL_VERSION_MINOR 0
+#define KOVRAL_VERSION_PATCH 0
+
+/* Result codes of the entry points. */
+enum kovral_result
+{
+    KOVRAL_OK = 1,             /* done (a split that found no finger included) */
+    KOVRAL_JUDGE_RIGHT = 0,    /* hand judgement: highest finger right of the lowest */
+    KOVRAL_JUDGE_LEFT = 1,     /* hand judgement: highest finger left of the lowest */
+    KOVRAL_EINVAL = -1,        /* an argument was refused, or no judgement possible */
+    KOVRAL_ENOTINIT = -2,      /* KOVRAL_Init has not been called */
+    KOVRAL_ENOMEM = -3,        /* a split could not get working memory */
+    KOVRAL_EFILE = -3          /* the BMP file could not be created */
+};
+
+/* Limits of a split request, in pixels. */
+#define KOVRAL_MIN_WIDTH 256
+#define KOVRAL_MAX_WIDTH 1600
+#define KOVRAL_MIN_HEIGHT 360
+#define KOVRAL_MAX_HEIGHT 1500
+
+/* Number of records (and finger buffers) every split request carries. */
+#define KOVRAL_MAX_RECORDS 10
+
+/* Rectangle with 32-bit signed bounds. */
+typedef struct tagRECT
+{
+    int32_t left;
+    int32_t top;
+    int32_t right;
+    int32_t bottom;
+} tagRECT;
+
+/* Point with 32-bit signed coordinates. */
+typedef struct tagPOINT
+{
+    int32_t x;
+    int32_t y;
+} tagPOINT;
+
+/* One finger of a split. */
+typedef struct KOVRAL_INFO_
+{
+    int32_t x;         /* out: centre column in the source image, pixels */
+    int32_t y;         /* out: centre row in the source image, pixels */
+    int32_t angle;     /* out: axis angle in degrees, 90 upright, below 90 leaning right */
+    uint8_t quality;   /* out: 0..99; 0 when the centre is outside columns 110..1450 or rows 310..1320 */
+    uint8_t* pFpImg;   /* in: caller's buffer of outW x outH bytes; out: the upright finger */
+} KOVRAL_INFO_;
+
+/*
+ * Allocates the two block maps for images of up to w x h pixels (a split
+ * then accepts any image whose pixel count is at most w x h). A second call
+ * while initialised changes nothing, even with larger sizes.
+ * Sizes of 0 or less leave the library uninitialised; so does a failed
+ * allocation (nothing is leaked).
+ *
+ * @return KOVRAL_OK (1) in every case.
+ */
+KOVRAL_API int KOVRAL_Init(int w, int h);
+
+/*
+ * Releases the block maps. Waits up to about one second for a split that is
+ * running on another thread; if that split is still running then, the maps
+ * are handed to it and released when it returns. Does nothing when the
+ * library is not initialised.
+ */
+KOVRAL_API void KOVRAL_Uninit(void);
+
+/*
+ * Splits the slap image img (w x h bytes, row-major, no padding) into up to
+ * four upright finger images, left to right.
+ *
+ * w: 256..1600, h: 360..1500, w * h at most the pixel count given to
+ * KOVRAL_Init. outW x outH: size of every finger buffer, at least 256 x 360
+ * and at most w x h. reserved: never read. pCount receives the number of
+ * fingers (0..4). pInfo: an array of ten records, every one carrying a
+ * buffer of outW x outH bytes; the first *pCount are filled, the others and
+ * their buffers are not touched. The caller keeps ownership of everything.
+ *
+ * @return KOVRAL_OK       split done (*pCount may be 0: no finger found)
+ * @return KOVRAL_EINVAL   a null pointer, a size outside the limits above,
+ *                         or an image larger than the initialised size;
+ *                         nothing is written
+ * @return KOVRAL_ENOTINIT the library is not initialised; nothing is written
+ * @return KOVRAL_ENOMEM   working memory could not be had; *pCount holds the
+ *                         number of fingers found, no record field is written
+ *                         and finger buffers may hold partial results
+ */
+KOVRAL_API int KOVRAL_DoSplit(unsigned char* img, int w, int h, void* reserved,
+                              int outW, int outH, int* pCount, KOVRAL_INFO_* pInfo);
+
+/*
+ * Tells the hand layout of a four-finger split from its records (in the
+ * order the split gave them). The centres are turned about the lower-left
+ * image corner so that the mean angle stands upright; then the highest and
+ * the lowest finger are compared. Reads x, y and angle only.
+ *
+ * @return KOVRAL_JUDGE_LEFT (1)  the highest finger comes before the lowest
+ * @return KOVRAL_JUDGE_RIGHT (0) the highest finger comes after the lowest
+ * @return KOVRAL_EINVAL   count is not 4 (3 is checked but never judged),
+ *                         pInfo is null, or all four turned rows are equal
+ * @return KOVRAL_ENOTINIT the library is not initialised (count 3 or 4)
+ */
+KOVRAL_API int KOVRAL_JudegeFingers(int count, KOVRAL_INFO_* pInfo);
+
+/*
+ * Writes the w x h gray image img as an uncompressed 8-bit BMP with a gray
+ * palette to path, replacing any existing file. Works in any library state.
+ *
+ * @return KOVRAL_OK     the file was written
+ * @return KOVRAL_EINVAL img or path is null, or w or h is below 4; no file
+ *                       is created
+ * @return KOVRAL_EFILE  the file could not be created
+ */
+KOVRAL_API int KOVRAL_SaveToBmp(unsigned char* img, int w, int h, const char* path);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* KOVRAL_H */

@@ -1,0 +1,38 @@
+// Finger extraction: centres from the labelled working map and the upright
+// cut of every finger into the caller's buffers.
+#ifndef KOVRAL_EXTRACT_H
+#define KOVRAL_EXTRACT_H
+
+#include <kovral.h>
+
+// Cuts fingers 0..count-1 out of the w x h image into outBufs[i] (outW x outH
+// bytes each), turned upright, and writes their centres (source pixels) into
+// centres. boxes are in pixels (right and bottom one past the last) and are
+// clamped in place to w - 1 and h - 1; work is the bw x bh labelled map. A
+// finger within 4 degrees of upright (or outW == w, or outH == h) is copied
+// as a plain window; any other is turned by bilinear interpolation into a
+// private buffer filled with bkGray. Returns 1, or 0 when a turned buffer
+// could not be allocated (earlier fingers' buffers are already written).
+KOVRAL_API int GetRoatedFp(unsigned char* img, int w, int h, signed char* work, int count, tagRECT* boxes,
+                           int* angles, signed char* labels, unsigned char bkGray, unsigned char** outBufs, int outW,
+                           int outH, tagPOINT* centres);
+
+// Writes the centre of fingers 0..count-1 into centres: the box's middle row
+// (or an outH window starting 8 pixels above a tall box), and the middle of
+// the finger's label run in that block row of work (bw columns). bh, angles
+// and outW are not used.
+KOVRAL_API void GetCenter(signed char* work, int bw, int bh, int count, tagRECT* boxes, int* angles,
+                          signed char* labels, int outW, int outH, tagPOINT* centres);
+
+// Copies the dw x dh window at (x0, y0) of the sw x sh image src into dst.
+// Copies nothing when the window leaves src (also for a negative x0 or y0),
+// when a pointer is null or dh <= 0.
+KOVRAL_API void CutImageBuf(unsigned char* dst, int dw, int dh, unsigned char* src, int x0, int y0, int sw, int sh);
+
+// Paints the size x size block at (x, y) of buf (row stride w) with value:
+// mode 0 whole, 1 lower-right half (j + k >= size), 2 lower-left (j < k),
+// 3 upper-left (j + k <= size - 1), 4 upper-right (j >= k). Nothing for
+// size <= 0 or another mode. The caller keeps the block inside buf.
+KOVRAL_API void SetBlockValue(signed char* buf, int w, int h, int x, int y, int size, signed char value, int mode);
+
+#endif

@@ -1,0 +1,45 @@
+# Compares the library's dynamic symbol table with the expected list: every
+# expected symbol defined and exported with the expected kind, nothing else.
+# Usage: cmake -DLIB=libkovral.so -DEXPECTED=exported_symbols.txt -P check_symbols.cmake
+find_program(NM nm REQUIRED)
+execute_process(COMMAND ${NM} -D --defined-only ${LIB} OUTPUT_VARIABLE table RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "nm failed on ${LIB}")
+endif()
+
+# Linker and runtime symbols that every shared library carries.
+set(ignored _init _fini _edata _end __bss_start)
+
+string(REPLACE "\n" ";" lines "${table}")
+set(actual "")
+foreach(line IN LISTS lines)
+  if(line MATCHES "^[0-9a-f]+ ([A-Za-z]) (.+)$")
+    set(kind "${CMAKE_MATCH_1}")
+    set(name "${CMAKE_MATCH_2}")
+    if(name IN_LIST ignored)
+      continue()
+    endif()
+    # Code symbols are T (or W), data symbols B or D.
+    if(kind MATCHES "[TtWw]")
+      set(kind code)
+    else()
+      set(kind data)
+    endif()
+    list(APPEND actual "${kind} ${name}")
+  endif()
+endforeach()
+
+file(STRINGS ${EXPECTED} expected REGEX "^(code|data) ")
+list(SORT actual)
+list(SORT expected)
+set(missing ${expected})
+list(REMOVE_ITEM missing ${actual})
+set(extra ${actual})
+list(REMOVE_ITEM extra ${expected})
+if(missing OR extra)
+  string(REPLACE ";" "\n  " missing "${missing}")
+  string(REPLACE ";" "\n  " extra "${extra}")
+  message(FATAL_ERROR "dynamic symbol table differs\nmissing:\n  ${missing}\nunexpected:\n  ${extra}")
+endif()
+list(LENGTH actual n)
+message(STATUS "${n} exported symbols as expected")
