@@ -1,6 +1,6 @@
 # Installs the built library into a scratch prefix and builds a small C
 # program against it twice: through find_package(kovral) and through
-# pkg-config. Usage: cmake -DSOURCE_DIR=.. -DBINARY_DIR=.. -DWORK_DIR=.. -P install_check.cmake
+# pkg-config. Usage: cmake -DSOURCE_DIR=.. -DBINARY_DIR=.. -DWORK_DIR=.. -DLIBDIR=lib -P install_check.cmake
 file(REMOVE_RECURSE ${WORK_DIR})
 set(prefix ${WORK_DIR}/prefix)
 
@@ -22,13 +22,12 @@ file(WRITE ${consumer}/CMakeLists.txt
   "add_executable(consumer installed_consumer.c)\ntarget_link_libraries(consumer PRIVATE kovral::kovral)\n")
 run(${CMAKE_COMMAND} -S ${consumer} -B ${consumer}/build -G Ninja -DCMAKE_PREFIX_PATH=${prefix})
 run(${CMAKE_COMMAND} --build ${consumer}/build)
-run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/lib ${consumer}/build/consumer)
+run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/${LIBDIR} ${consumer}/build/consumer)
 
 # The same program through pkg-config.
 find_program(PKG_CONFIG pkg-config)
 if(PKG_CONFIG)
-  include(GNUInstallDirs)
-  execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${prefix}/${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${prefix}/${LIBDIR}/pkgconfig
                           ${PKG_CONFIG} --cflags --libs kovral
                   OUTPUT_VARIABLE flags RESULT_VARIABLE rc OUTPUT_STRIP_TRAILING_WHITESPACE)
   if(NOT rc EQUAL 0)
@@ -36,7 +35,7 @@ if(PKG_CONFIG)
   endif()
   separate_arguments(flags UNIX_COMMAND "${flags}")
   run(cc ${consumer}/installed_consumer.c ${flags} -o ${WORK_DIR}/consumer_pc)
-  run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/${CMAKE_INSTALL_LIBDIR} ${WORK_DIR}/consumer_pc)
+  run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/${LIBDIR} ${WORK_DIR}/consumer_pc)
 else()
   message(FATAL_ERROR "pkg-config not found")
 endif()
