@@ -1,0 +1,35 @@
+// Widening of finger boxes: one block on every side, clamped near the border.
+#include "api/api.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(WidenFingerBoxes, ClampsAtEachSide)
+{
+    struct Case
+    {
+        tagRECT in, out;
+    };
+    // 1600 x 1500 image: h16 = 1488, clamps at 2, 1597 and 1485.
+    const Case cases[] = {
+        {{17, 17, 500, 500}, {2, 2, 516, 516}},          // 17 - 16 = 1: below 2
+        {{18, 18, 500, 500}, {2, 2, 516, 516}},          // exactly 2
+        {{19, 19, 500, 500}, {3, 3, 516, 516}},
+        {{100, 100, 1568, 1456}, {84, 84, 1584, 1472}},  // inside: plain widening
+        {{100, 100, 1581, 1470}, {84, 84, 1597, 1485}},  // reaches the clamp exactly
+        {{100, 100, 1582, 1488}, {84, 84, 1597, 1485}},  // beyond it
+        {{0, 0, 1600, 1488}, {2, 2, 1597, 1485}},        // the whole image
+    };
+    for (const Case& c : cases) {
+        tagRECT boxes[2] = {c.in, {1, 1, 1, 1}};
+        WidenFingerBoxes(boxes, 1, 1600, 1488);
+        EXPECT_EQ(boxes[0].left, c.out.left);
+        EXPECT_EQ(boxes[0].top, c.out.top);
+        EXPECT_EQ(boxes[0].right, c.out.right);
+        EXPECT_EQ(boxes[0].bottom, c.out.bottom);
+        EXPECT_EQ(boxes[1].left, 1) << "only the first n boxes change";
+    }
+}
+
+} // namespace
