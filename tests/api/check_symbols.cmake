@@ -1,6 +1,7 @@
 # Compares the library's dynamic symbol table with the expected list: every
 # expected symbol defined and exported with the expected kind, nothing else.
 # Usage: cmake -DLIB=libkovral.so -DEXPECTED=exported_symbols.txt -P check_symbols.cmake
+cmake_minimum_required(VERSION 3.25)
 find_program(NM nm REQUIRED)
 execute_process(COMMAND ${NM} -D --defined-only ${LIB} OUTPUT_VARIABLE table RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)

@@ -65,6 +65,7 @@ TEST_F(Uninitialised, OddInitSizes)
     KOVRAL_INFO_ info[KOVRAL_MAX_RECORDS];
     for (auto& record : info)
         record.pFpImg = buffer.data();
+    KOVRAL_Init(1600, 1500);  // an earlier allocation: refused Inits keep its sizes
     for (const Case& c : cases) {
         KOVRAL_Uninit();
         const int beforeW = g_ImgW;
@@ -95,6 +96,37 @@ TEST_F(Uninitialised, SplitBeforeFirstInitAndAfterUninit)
     count = -7;
     EXPECT_EQ(KOVRAL_DoSplit(image.data(), 800, 600, nullptr, 320, 480, &count, info), KOVRAL_ENOTINIT);
     EXPECT_EQ(count, -7);
+}
+
+} // namespace
+
+namespace {
+
+// A split still running after Uninit's bounded wait keeps its maps: Uninit
+// retires them and the split releases them when it ends (AddressSanitizer
+// would report a use after free or a leak).
+TEST_F(Uninitialised, UninitHandsMapsToARunningSplit)
+{
+    KOVRAL_Init(800, 600);
+    std::vector<unsigned char> image(800 * 600, 255);
+    std::vector<unsigned char> buffer(320 * 480);
+    KOVRAL_INFO_ info[KOVRAL_MAX_RECORDS];
+    for (auto& record : info)
+        record.pFpImg = buffer.data();
+    int count = 0;
+    SplitMaps maps{};
+    ASSERT_EQ(SplitBegin(image.data(), 800, 600, 320, 480, &count, info, maps), KOVRAL_OK);
+    KOVRAL_Uninit();  // gives up waiting after about a second
+    EXPECT_FALSE(g_bInit);
+    EXPECT_EQ(g_pDrct, nullptr);
+    const size_t used = (800 / 16) * (600 / 16);
+    std::fill(maps.drct, maps.drct + used, 1);  // still the split's to use
+    std::fill(maps.hole, maps.hole + used, 1);
+    EXPECT_EQ(SplitEnd(maps, KOVRAL_OK), KOVRAL_OK);
+
+    KOVRAL_Init(800, 600);
+    EXPECT_TRUE(g_bInit);
+    EXPECT_EQ(KOVRAL_DoSplit(image.data(), 800, 600, nullptr, 320, 480, &count, info), KOVRAL_OK);
 }
 
 } // namespace
