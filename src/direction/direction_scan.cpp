@@ -1,0 +1,82 @@
+// The direction map of a whole image: a sparse probe per 64 x 64 cell first,
+// then every block of the cells around a probe that found ridge texture.
+#include "direction/direction.h"
+
+#include <cassert>
+#include <cstring>
+#include <memory>
+#include <new>
+
+namespace {
+
+constexpr int BLOCK = 16;
+constexpr int CELL = 64;
+constexpr int BLOCKS_PER_CELL = CELL / BLOCK;
+// The probe of a cell is the block that starts at the cell's centre.
+constexpr int PROBE_OFFSET = CELL / 2;
+constexpr int PROBE_BLOCK = PROBE_OFFSET / BLOCK;
+// A probe is tested while its cell start is at most the image size minus this.
+constexpr int PROBE_MARGIN = CELL + PROBE_OFFSET + 1;
+// The grid holds one mark per cell plus a border; cell (c, r) marks at (c + 1, r + 1).
+constexpr int GRID_EXTRA = 4;
+// A probe hit marks its cell and the eight around it.
+constexpr int MARK_SPAN = 3;
+// A partial last block row of at least this many pixel rows is tested again.
+constexpr int PARTIAL_ROW_MIN = 8;
+// A block reaching the image edge is tested this far back from it, one pixel
+// more than a whole block.
+constexpr int EDGE_BACK = BLOCK + 1;
+
+} // namespace
+
+int Directions(unsigned char* img, int w, int h, signed char* map, int param)
+{
+    assert(w >= 0 && h >= 0);
+    const int bw = w / BLOCK;
+    const int bh = (h + BLOCK - 1) / BLOCK;
+    std::memset(map, 0, static_cast<size_t>(bw) * static_cast<size_t>(bh));
+
+    const int gw = w / CELL + GRID_EXTRA;
+    const int gh = h / CELL + GRID_EXTRA;
+    std::unique_ptr<unsigned char[]> grid(new (std::nothrow) unsigned char[static_cast<size_t>(gw) * gh]());
+    if (!grid)
+        return 1;
+
+    // Probe pass; an image of 96 rows or columns or less has no probe.
+    int hits = 0;
+    for (int r = 0; CELL * r <= h - PROBE_MARGIN; r++)
+        for (int c = 0; CELL * c <= w - PROBE_MARGIN; c++) {
+            if (!BlockDrct(img, w, h, CELL * c + PROBE_OFFSET, CELL * r + PROBE_OFFSET, param))
+                continue;
+            map[(BLOCKS_PER_CELL * r + PROBE_BLOCK) * bw + BLOCKS_PER_CELL * c + PROBE_BLOCK] = 1;
+            hits++;
+            for (int gy = r; gy < r + MARK_SPAN; gy++)
+                std::memset(&grid[static_cast<size_t>(gy) * gw + c], 1, MARK_SPAN);
+        }
+    if (hits == 0)
+        return 1;
+
+    // Block pass over the marked cells; probe hits are not tested again. The
+    // last row and column are tested shifted back from the edge but stored at
+    // their own place.
+    for (int R = 0; R < bh; R++) {
+        const int y = BLOCK * R + BLOCK >= h ? h - EDGE_BACK : BLOCK * R;
+        const unsigned char* marks = &grid[static_cast<size_t>(BLOCK * R / CELL + 1) * gw + 1];
+        signed char* row = map + static_cast<size_t>(R) * bw;
+        for (int C = 0; C < bw; C++) {
+            if (marks[BLOCK * C / CELL] == 0 || row[C] > 0)
+                continue;
+            const int x = BLOCK * C + BLOCK >= w ? w - EDGE_BACK : BLOCK * C;
+            row[C] = static_cast<signed char>(BlockDrct(img, w, h, x, y, param));
+        }
+    }
+
+    // A partial last row that is at least half a block tall is tested again
+    // everywhere, marked or not, at unshifted columns.
+    if (h % BLOCK >= PARTIAL_ROW_MIN) {
+        signed char* row = map + static_cast<size_t>(bh - 1) * bw;
+        for (int C = 0; C < bw; C++)
+            row[C] = static_cast<signed char>(BlockDrct(img, w, h, BLOCK * C, h - EDGE_BACK, param));
+    }
+    return 1;
+}
