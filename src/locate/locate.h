@@ -73,7 +73,9 @@ KOVRAL_API int FindFpPos(signed char* map, int bw, int bh, signed char* work, ta
 
 // Shrinks every region of the w x h map by one block, in place: a positive
 // block with a 4-neighbour of exactly 0 is cleared; decisions use the values
-// on entry, and any block holding 120 on entry is cleared too.
+// on entry, and any block holding 120 on entry is cleared too. In a map of
+// one or two columns only the corner blocks of the first and last row are
+// tested.
 KOVRAL_API void DrctSuojin(signed char* map, int w, int h);
 
 // Grows every region of the w x h map by one block, in place, from the
