@@ -13,6 +13,10 @@
 // as a plain window; any other is turned by bilinear interpolation into a
 // private buffer filled with bkGray. Returns 1, or 0 when a turned buffer
 // could not be allocated (earlier fingers' buffers are already written).
+// Boxes start inside the image (left, top >= 0). A box that the clamp leaves
+// empty (right <= left or bottom <= top) reads no pixel: turned, its buffer
+// comes out all bkGray; near upright it still gets the window at its centre.
+// A plain window taller or wider than the image leaves its buffer untouched.
 KOVRAL_API int GetRoatedFp(unsigned char* img, int w, int h, signed char* work, int count, tagRECT* boxes,
                            int* angles, signed char* labels, unsigned char bkGray, unsigned char** outBufs, int outW,
                            int outH, tagPOINT* centres);
