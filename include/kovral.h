@@ -122,8 +122,11 @@ KOVRAL_API void KOVRAL_Uninit(void);
  *                         nothing is written
  * @return KOVRAL_ENOTINIT the library is not initialised; nothing is written
  * @return KOVRAL_ENOMEM   working memory could not be had; *pCount holds the
- *                         number of fingers found, no record field is written
- *                         and finger buffers may hold partial results
+ *                         number of fingers found. When the upright cut
+ *                         failed no record field is written; when the
+ *                         cleaning of a finger failed, the records of the
+ *                         fingers cleaned before it are filled. Finger
+ *                         buffers may hold partial results.
  */
 KOVRAL_API int KOVRAL_DoSplit(unsigned char* img, int w, int h, void* reserved,
                               int outW, int outH, int* pCount, KOVRAL_INFO_* pInfo);

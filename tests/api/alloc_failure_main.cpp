@@ -92,6 +92,64 @@ TEST(AllocationFailure, InitLeavesLibraryUninitialised)
     KOVRAL_Uninit();
 }
 
+// Every allocation of a split fails in turn. Each such split must end with
+// 1 (a stage that could not get memory found less) or -3 (extraction or
+// cleaning could not get memory: the count stays as reported and the last
+// finger's record is not written), and the next split must give the normal
+// result again.
+TEST(AllocationFailure, EachAllocationOfASplit)
+{
+    constexpr int OUT_W = 256, OUT_H = 360;
+    slapgen::SlapSpec spec;
+    spec.width = 800;
+    spec.height = 600;
+    spec.fingers = {{250, 300, 80, 200, 340}, {560, 300, 90, 200, 340}};
+    slapgen::Slap slap = slapgen::Generate(spec);
+    std::vector<std::vector<unsigned char>> buffers(KOVRAL_MAX_RECORDS, std::vector<unsigned char>(OUT_W * OUT_H));
+    KOVRAL_INFO_ info[KOVRAL_MAX_RECORDS];
+    for (int i = 0; i < KOVRAL_MAX_RECORDS; i++)
+        info[i].pFpImg = buffers[i].data();
+    auto split = [&](int& count) {
+        for (auto& record : info)
+            record.x = -1;
+        return KOVRAL_DoSplit(slap.pixels.data(), 800, 600, nullptr, OUT_W, OUT_H, &count, info);
+    };
+
+    KOVRAL_Init(800, 600);
+    int count = 0;
+    ASSERT_EQ(split(count), KOVRAL_OK);
+    ASSERT_EQ(count, 2);
+    const std::vector<unsigned char> reference = buffers[1];
+
+    int outOfMemory = 0, fewer = 0;
+    for (long n = 0;; n++) {
+        int failedCount = -1;
+        int rc;
+        bool happened;
+        {
+            FailAllocation fail(n);
+            rc = split(failedCount);
+            happened = fail.Happened();
+        }
+        if (!happened)
+            break;  // past the last allocation of a split
+        if (rc == KOVRAL_ENOMEM) {
+            outOfMemory++;
+            EXPECT_EQ(failedCount, 2) << "allocation " << n;
+            EXPECT_EQ(info[1].x, -1) << "allocation " << n;
+        } else {
+            EXPECT_EQ(rc, KOVRAL_OK) << "allocation " << n;
+            fewer += failedCount < 2;
+        }
+        ASSERT_EQ(split(count), KOVRAL_OK);
+        EXPECT_EQ(count, 2);
+        EXPECT_EQ(buffers[1], reference) << "split after failed allocation " << n;
+    }
+    EXPECT_GT(outOfMemory, 0);
+    EXPECT_GT(fewer, 0);
+    KOVRAL_Uninit();
+}
+
 } // namespace
 
 int main(int argc, char** argv)
