@@ -99,8 +99,9 @@ struct SplitEndToEnd : ::testing::Test
             EXPECT_EQ(r.info[i].x + r.info[i].quality, -999 + 200) << "record " << i << " beyond the count";
             EXPECT_EQ(r.pixels[i], std::vector<unsigned char>(r.pixels[i].size(), UNTOUCHED));
         }
-        if (r.count > 0)
+        if (r.count > 0) {
             EXPECT_NEAR(angleError / r.count, 0, 6) << "mean angle error";
+        }
     }
 };
 

@@ -1,0 +1,52 @@
+// Command line of kovral-split: what to split, where the results go and how.
+#ifndef KOVRAL_TOOLS_CLI_OPTIONS_H
+#define KOVRAL_TOOLS_CLI_OPTIONS_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kovral_split {
+
+struct PixelSize
+{
+    int width = 0;
+    int height = 0;
+};
+
+enum class FingerFormat
+{
+    Bmp,
+    Png
+};
+
+struct Options
+{
+    std::vector<std::string> inputs;      // files and directories; empty: the bundled sample
+    std::string outDir = "kovral-out";
+    bool recursive = false;               // descend into subdirectories of directory inputs
+    int jobs = 1;                         // worker processes
+    FingerFormat format = FingerFormat::Bmp;
+    bool overlay = false;                 // also draw what was found over a small copy of the slap
+    bool force = false;                   // replace outputs that exist
+    std::optional<PixelSize> rawSize;     // size of headerless 8-bit inputs
+    std::optional<PixelSize> fingerSize;  // given finger buffer size; default: 320 x 480 reduced to the image
+    bool quiet = false;                   // only errors and the summary line
+};
+
+// Default finger buffer: 0.64 x 0.96 inch at 500 ppi, a fingertip with margin.
+inline constexpr PixelSize kDefaultFingerSize{320, 480};
+
+// Parses "WxH" (also "W,H" and "WXH") with positive numbers.
+bool ParsePixelSize(const std::string& text, PixelSize& size);
+
+// Parses the command line. Returns nothing when the program should end at once
+// (help, version, a usage error); exitCode then holds its exit status.
+std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode);
+
+// The number of processors this process may run on (at least 1).
+int UsableCores();
+
+} // namespace kovral_split
+
+#endif

@@ -1,0 +1,115 @@
+#include "progress_display.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace kovral_split {
+
+namespace {
+
+constexpr auto kRedrawInterval = std::chrono::milliseconds(100);
+constexpr int kDefaultColumns = 80;
+constexpr int kMinBarWidth = 10;
+constexpr int kMaxBarWidth = 40;
+constexpr int kSecondsPerMinute = 60;
+constexpr const char* kClearLine = "\r\033[K";
+
+int TerminalColumns()
+{
+    winsize size{};
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+        return size.ws_col;
+    return kDefaultColumns;
+}
+
+std::string MinutesAndSeconds(double seconds)
+{
+    long s = static_cast<long>(seconds + 0.5);
+    char text[32];
+    std::snprintf(text, sizeof text, "%ld:%02ld", s / kSecondsPerMinute, s % kSecondsPerMinute);
+    return text;
+}
+
+} // namespace
+
+Progress::Progress(size_t total, bool quiet)
+    : total_(total), quiet_(quiet), bar_(!quiet && isatty(STDERR_FILENO))
+{
+}
+
+double Progress::Seconds() const
+{
+    return std::chrono::duration<double>(Clock::now() - start_).count();
+}
+
+void Progress::Done(const std::string& input, const TaskOutcome& outcome)
+{
+    done_++;
+    if (outcome.ok)
+        fingers_ += static_cast<size_t>(outcome.fingers);
+    else
+        failures_++;
+    if (bar_)
+        Clear();
+    if (!outcome.ok)
+        std::fprintf(stderr, "kovral-split: %s: %s\n", input.c_str(), outcome.message.c_str());
+    else if (!bar_ && !quiet_)
+        std::printf("[%zu/%zu] %s: %s\n", done_, total_, input.c_str(), outcome.message.c_str());
+    std::fflush(stdout);
+    if (bar_)
+        Draw();
+}
+
+void Progress::Tick()
+{
+    if (bar_ && Clock::now() - drawn_ >= kRedrawInterval)
+        Draw();
+}
+
+void Progress::Finish()
+{
+    if (bar_)
+        Clear();
+}
+
+void Progress::Clear()
+{
+    std::fputs(kClearLine, stderr);
+    std::fflush(stderr);
+}
+
+void Progress::Draw()
+{
+    drawn_ = Clock::now();
+    double seconds = Seconds();
+    double rate = seconds > 0 ? done_ / seconds : 0;
+    std::string eta = done_ > 0 && rate > 0 ? MinutesAndSeconds((total_ - done_) / rate) : "-:--";
+    char tail[128];
+    std::snprintf(tail, sizeof tail, " %zu/%zu %3zu%%  %.1f slaps/s  ETA %s", done_, total_,
+                  total_ ? done_ * 100 / total_ : 100, rate, eta.c_str());
+    std::string text(tail);
+    int width = std::clamp(TerminalColumns() - static_cast<int>(text.size()) - 3, 0, kMaxBarWidth);
+    std::string bar;
+    if (width >= kMinBarWidth)
+    {
+        size_t filled = total_ ? done_ * static_cast<size_t>(width) / total_ : 0;
+        bar = "[" + std::string(filled, '#') + std::string(static_cast<size_t>(width) - filled, '.') + "]";
+    }
+    std::fprintf(stderr, "%s%s%s", kClearLine, bar.c_str(), text.c_str());
+    std::fflush(stderr);
+}
+
+std::string Progress::Summary() const
+{
+    double seconds = Seconds();
+    char text[160];
+    std::snprintf(text, sizeof text, "%zu %s, %zu %s found, %zu %s, %.1f s, %.2f slaps/s", done_,
+                  done_ == 1 ? "file" : "files", fingers_, fingers_ == 1 ? "finger" : "fingers", failures_,
+                  failures_ == 1 ? "failure" : "failures", seconds, seconds > 0 ? done_ / seconds : 0.0);
+    return text;
+}
+
+} // namespace kovral_split

@@ -1,0 +1,162 @@
+#include "slap_job.h"
+
+#include "embedded_sample.h"
+#include "image_encoding.h"
+#include "overlay_drawing.h"
+#include "slap_outputs.h"
+
+#include <kovral.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+namespace kovral_split {
+
+namespace {
+
+constexpr int kJsonIndent = 2;
+
+std::string SplitFailure(int result)
+{
+    switch (result)
+    {
+    case KOVRAL_EINVAL: return "the splitter refused the request (result -1)";
+    case KOVRAL_ENOTINIT: return "the splitter is not initialised (result -2)";
+    case KOVRAL_ENOMEM: return "the splitter ran out of memory (result -3)";
+    default: return "the splitter failed (result " + std::to_string(result) + ")";
+    }
+}
+
+std::string FileName(const std::string& path)
+{
+    return std::filesystem::path(path).filename().string();
+}
+
+} // namespace
+
+SlapSplitter::SlapSplitter(const Options& options) : options_(options)
+{
+    KOVRAL_Init(KOVRAL_MAX_WIDTH, KOVRAL_MAX_HEIGHT);
+}
+
+SlapSplitter::~SlapSplitter()
+{
+    KOVRAL_Uninit();
+}
+
+bool SlapSplitter::Decode(const InputFile& input, GrayImage& image, std::string& error) const
+{
+    if (!input.path.empty())
+        return DecodeImageFile(input.path, options_.rawSize, image, error);
+    std::span<const uint8_t> sample = BundledSample();
+    if (sample.empty())
+    {
+        error = "this build of kovral-split carries no sample slap; name an input file";
+        return false;
+    }
+    return DecodeImage(sample.data(), sample.size(), std::nullopt, image, error);
+}
+
+TaskOutcome SlapSplitter::Split(const InputFile& input)
+{
+    TaskOutcome outcome;
+    if (!options_.force)
+    {
+        std::string existing = FirstExistingOutput(options_, input.name);
+        if (!existing.empty())
+        {
+            outcome.message = existing + " exists (--force replaces it)";
+            return outcome;
+        }
+    }
+    GrayImage image;
+    if (!Decode(input, image, outcome.message))
+        return outcome;
+
+    // Finger buffers: the given size must fit the image; the default shrinks to it.
+    PixelSize finger = options_.fingerSize.value_or(kDefaultFingerSize);
+    if (options_.fingerSize && (finger.width > image.width || finger.height > image.height))
+    {
+        outcome.message = "finger size " + std::to_string(finger.width) + "x" + std::to_string(finger.height)
+                          + " is larger than the " + std::to_string(image.width) + " x "
+                          + std::to_string(image.height) + " image";
+        return outcome;
+    }
+    finger.width = std::min(finger.width, image.width);
+    finger.height = std::min(finger.height, image.height);
+
+    size_t fingerBytes = static_cast<size_t>(finger.width) * finger.height;
+    std::vector<uint8_t> buffers(fingerBytes * KOVRAL_MAX_RECORDS);
+    KOVRAL_INFO_ info[KOVRAL_MAX_RECORDS] = {};
+    for (int i = 0; i < KOVRAL_MAX_RECORDS; i++)
+        info[i].pFpImg = buffers.data() + fingerBytes * i;
+
+    SlapSummary summary;
+    summary.input = input.path.empty() ? "(bundled sample)" : input.path;
+    summary.width = image.width;
+    summary.height = image.height;
+    summary.fingerWidth = finger.width;
+    summary.fingerHeight = finger.height;
+    summary.result = KOVRAL_DoSplit(image.pixels.data(), image.width, image.height, nullptr, finger.width,
+                                    finger.height, &summary.count, info);
+    bool split = summary.result == KOVRAL_OK;
+    if (split)
+    {
+        std::copy_n(info, std::min(summary.count, kMaxFingers), summary.fingers);
+        if (summary.count == kMaxFingers)
+            summary.judgement = KOVRAL_JudegeFingers(summary.count, info);
+    }
+
+    std::string& error = outcome.message;
+    for (int i = 0; split && i < summary.count; i++)
+    {
+        std::string path = FingerPath(options_, input.name, i + 1);
+        auto write = [&](const std::string& file) {
+            if (options_.format == FingerFormat::Png)
+                return WritePng(file, info[i].pFpImg, finger.width, finger.height, 1);
+            return KOVRAL_SaveToBmp(info[i].pFpImg, finger.width, finger.height, file.c_str()) == KOVRAL_OK;
+        };
+        if (!WriteOutput(path, write, error))
+            return outcome;
+        summary.fingerFiles.push_back(FileName(path));
+    }
+
+    std::string summaryPath = SummaryPath(options_, input.name);
+    auto writeJson = [&](const std::string& file) {
+        std::ofstream out(file);
+        out << SummaryJson(summary).dump(kJsonIndent, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+        out.close();
+        return static_cast<bool>(out);
+    };
+    if (!WriteOutput(summaryPath, writeJson, error))
+        return outcome;
+
+    if (options_.overlay)
+    {
+        std::vector<FingerMark> marks;
+        for (int i = 0; split && i < summary.count; i++)
+            marks.push_back({info[i].x, info[i].y, info[i].angle, i + 1});
+        RgbImage overlay = DrawOverlay(image, marks, finger.width, finger.height);
+        auto writeOverlay = [&](const std::string& file) {
+            return WritePng(file, overlay.pixels.data(), overlay.width, overlay.height, 3);
+        };
+        if (!WriteOutput(OverlayPath(options_, input.name), writeOverlay, error))
+            return outcome;
+    }
+    if (options_.force && split)
+        RemoveStaleFingers(options_, input.name, summary.count);
+
+    if (!split)
+    {
+        outcome.message = SplitFailure(summary.result);
+        return outcome;
+    }
+    outcome.ok = true;
+    outcome.fingers = summary.count;
+    outcome.message = std::to_string(summary.count) + (summary.count == 1 ? " finger" : " fingers") + " -> "
+                      + summaryPath;
+    return outcome;
+}
+
+} // namespace kovral_split

@@ -1,0 +1,92 @@
+// kovral-split: splits slap images into finger images from the command line.
+#include "cli_options.h"
+#include "input_files.h"
+#include "progress_display.h"
+#include "slap_job.h"
+#include "slap_outputs.h"
+#include "worker_pool.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+
+using namespace kovral_split;
+
+namespace {
+
+constexpr int kFailed = 1;
+
+std::string Label(const InputFile& input)
+{
+    return input.path.empty() ? "bundled sample" : input.path;
+}
+
+// Tells a first-time user where the sample's results went.
+void DescribeSampleResults(const Options& options, const InputFile& sample, size_t fingers)
+{
+    std::string dir = std::filesystem::absolute(options.outDir).lexically_normal().string();
+    std::printf("Split the bundled sample slap: %zu fingers found.\nResults in %s:\n", fingers, dir.c_str());
+    if (fingers > 0)
+        std::printf("  %s .. %s  finger images, left to right\n",
+                    std::filesystem::path(FingerPath(options, sample.name, 1)).filename().c_str(),
+                    std::filesystem::path(FingerPath(options, sample.name, static_cast<int>(fingers)))
+                        .filename()
+                        .c_str());
+    std::printf("  %s  centres, angles, quality, hand judgement\n",
+                std::filesystem::path(SummaryPath(options, sample.name)).filename().c_str());
+    std::printf("  %s  the slap with every finger marked\n",
+                std::filesystem::path(OverlayPath(options, sample.name)).filename().c_str());
+    std::printf("Split your own: kovral-split SLAP.png ... (kovral-split --help)\n");
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    int exitCode = 0;
+    std::optional<Options> parsed = ParseCommandLine(argc, argv, exitCode);
+    if (!parsed)
+        return exitCode;
+    Options& options = *parsed;
+
+    // Without inputs: the bundled sample, with its overlay, into the output directory.
+    bool sample = options.inputs.empty();
+    std::vector<InputFile> inputs;
+    if (sample)
+    {
+        inputs.push_back({"", "sample", ""});
+        options.overlay = true;
+    }
+    else
+        inputs = CollectInputs(options.inputs, options.recursive);
+
+    Progress progress(inputs.size(), options.quiet || sample);
+    std::vector<size_t> runnable;
+    for (size_t i = 0; i < inputs.size(); i++)
+    {
+        if (inputs[i].error.empty())
+            runnable.push_back(i);
+        else
+            progress.Done(Label(inputs[i]), {false, 0, inputs[i].error});
+    }
+
+    // Each worker process initialises the library once, at its first slap.
+    std::unique_ptr<SlapSplitter> splitter;
+    auto task = [&](size_t k) {
+        if (!splitter)
+            splitter = std::make_unique<SlapSplitter>(options);
+        return splitter->Split(inputs[runnable[k]]);
+    };
+    auto report = [&](size_t k, const TaskOutcome& outcome) { progress.Done(Label(inputs[runnable[k]]), outcome); };
+    int jobs = static_cast<int>(std::min<size_t>(static_cast<size_t>(options.jobs), runnable.size()));
+    RunInWorkers(runnable.size(), jobs, task, report, [&] { progress.Tick(); });
+    progress.Finish();
+
+    if (sample && progress.Failures() == 0)
+        DescribeSampleResults(options, inputs[0], progress.Fingers());
+    else
+        std::printf("kovral-split: %s\n", progress.Summary().c_str());
+    std::fflush(stdout);
+    return progress.Failures() == 0 ? 0 : kFailed;
+}
