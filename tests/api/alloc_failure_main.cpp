@@ -100,11 +100,11 @@ TEST(AllocationFailure, InitLeavesLibraryUninitialised)
 TEST(AllocationFailure, EachAllocationOfASplit)
 {
     constexpr int OUT_W = 256, OUT_H = 360;
-    slapgen::SlapSpec spec;
-    spec.width = 800;
-    spec.height = 600;
-    spec.fingers = {{250, 300, 80, 200, 340}, {560, 300, 90, 200, 340}};
-    slapgen::Slap slap = slapgen::Generate(spec);
+    slapgen::SlapSpec plan;
+    plan.width = 800;
+    plan.height = 600;
+    plan.fingers = {{250, 300, 80, 200, 340}, {560, 300, 90, 200, 340}};
+    slapgen::Slap slap = slapgen::Generate(plan);
     std::vector<std::vector<unsigned char>> buffers(KOVRAL_MAX_RECORDS, std::vector<unsigned char>(OUT_W * OUT_H));
     KOVRAL_INFO_ info[KOVRAL_MAX_RECORDS];
     for (int i = 0; i < KOVRAL_MAX_RECORDS; i++)

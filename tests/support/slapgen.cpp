@@ -337,14 +337,14 @@ struct Box
 };
 
 // Composites one finger over the image and returns the pixels its fingertip covers at least half.
-Box DrawFinger(const SlapSpec& spec, const Plan& p, std::vector<uint8_t>& img)
+Box DrawFinger(const SlapSpec& plan, const Plan& p, std::vector<uint8_t>& img)
 {
-    const int w = spec.width;
-    const int h = spec.height;
+    const int w = plan.width;
+    const int h = plan.height;
     const double reachU = p.half + RIM + RAGGED;
     const double reachTop = p.halfLength + RIM + RAGGED;
     double reachBottom = p.halfLength + FADE + RAGGED;
-    if (spec.phalanges)
+    if (plan.phalanges)
         reachBottom = p.halfLength + CREASE_GAP + PHALANX_RATIO * 2.0 * p.halfLength + FADE + RAGGED;
     // Beyond these depths the rag cannot change the coverage.
     const double rimBand = RIM / 2.0 + RAGGED;
@@ -366,7 +366,7 @@ Box DrawFinger(const SlapSpec& spec, const Plan& p, std::vector<uint8_t>& img)
     const int y0 = std::max(0, static_cast<int>(std::floor(minY)));
     const int y1 = std::min(h - 1, static_cast<int>(std::ceil(maxY)));
 
-    const double ink = spec.valley - spec.ridge;
+    const double ink = plan.valley - plan.ridge;
     Box box{w, h, -1, -1};
     for (int y = y0; y <= y1; y++) {
         uint8_t* row = img.data() + static_cast<size_t>(y) * w;
@@ -396,7 +396,7 @@ Box DrawFinger(const SlapSpec& spec, const Plan& p, std::vector<uint8_t>& img)
             }
             if (cover > 0.0) {
                 dark = TipRidge(p, u, v, WOBBLE * (ValueNoise(x, y, WOBBLE_CELL, p.salt + 2) - 0.5));
-            } else if (spec.phalanges) {
+            } else if (plan.phalanges) {
                 cover = PhalanxCoverage(p, u, v, RAGGED * (2.0 * ValueNoise(x, y, RAGGED_CELL, p.salt) - 1.0));
                 if (cover <= 0.0)
                     continue;
@@ -407,7 +407,7 @@ Box DrawFinger(const SlapSpec& spec, const Plan& p, std::vector<uint8_t>& img)
             }
             const double pore = Clamp01((ValueNoise(x, y, PORE_CELL, p.salt + 1) - poreLevel) * PORE_SHARPNESS);
             dark *= 1.0 - PORE_DEPTH * pore;
-            const double gray = spec.valley - ink * dark;
+            const double gray = plan.valley - ink * dark;
             const double cur = row[x];
             row[x] = static_cast<uint8_t>(std::clamp(cur + cover * (gray - cur), 0.0, 255.0) + 0.5);
         }
@@ -415,29 +415,29 @@ Box DrawFinger(const SlapSpec& spec, const Plan& p, std::vector<uint8_t>& img)
     return box;
 }
 
-void DrawSmudge(const SlapSpec& spec, std::vector<uint8_t>& img)
+void DrawSmudge(const SlapSpec& plan, std::vector<uint8_t>& img)
 {
-    double sx = spec.smudgeX;
-    double sy = spec.smudgeY;
+    double sx = plan.smudgeX;
+    double sy = plan.smudgeY;
     if (sx < 0 || sy < 0) {
         // Centred under the fingers, half-way between their lowest reach and the bottom edge.
         double sumX = 0.0;
         double lowest = 0.0;
-        for (const Finger& f : spec.fingers) {
+        for (const Finger& f : plan.fingers) {
             sumX += f.cx;
             const double reach = std::fabs(SinDeg(f.angle)) * f.length / 2.0 + std::fabs(CosDeg(f.angle)) * f.width / 2.0;
             lowest = std::max(lowest, f.cy + reach);
         }
-        sx = spec.fingers.empty() ? spec.width / 2.0 : sumX / spec.fingers.size();
-        sy = spec.fingers.empty() ? spec.height / 2.0 : std::min((lowest + spec.height) / 2.0, spec.height - SMUDGE_RY / 2.0);
+        sx = plan.fingers.empty() ? plan.width / 2.0 : sumX / plan.fingers.size();
+        sy = plan.fingers.empty() ? plan.height / 2.0 : std::min((lowest + plan.height) / 2.0, plan.height - SMUDGE_RY / 2.0);
     }
-    const uint32_t salt = Mix(spec.seed ^ 0x5bd1e995u);
+    const uint32_t salt = Mix(plan.seed ^ 0x5bd1e995u);
     const int x0 = std::max(0, static_cast<int>(sx - SMUDGE_RX));
-    const int x1 = std::min(spec.width - 1, static_cast<int>(sx + SMUDGE_RX));
+    const int x1 = std::min(plan.width - 1, static_cast<int>(sx + SMUDGE_RX));
     const int y0 = std::max(0, static_cast<int>(sy - SMUDGE_RY));
-    const int y1 = std::min(spec.height - 1, static_cast<int>(sy + SMUDGE_RY));
+    const int y1 = std::min(plan.height - 1, static_cast<int>(sy + SMUDGE_RY));
     for (int y = y0; y <= y1; y++) {
-        uint8_t* row = img.data() + static_cast<size_t>(y) * spec.width;
+        uint8_t* row = img.data() + static_cast<size_t>(y) * plan.width;
         for (int x = x0; x <= x1; x++) {
             const double ex = (x - sx) / SMUDGE_RX;
             const double ey = (y - sy) / SMUDGE_RY;
@@ -452,34 +452,34 @@ void DrawSmudge(const SlapSpec& spec, std::vector<uint8_t>& img)
     }
 }
 
-void AddNoise(const SlapSpec& spec, std::vector<uint8_t>& img)
+void AddNoise(const SlapSpec& plan, std::vector<uint8_t>& img)
 {
-    if (spec.noise <= 0)
+    if (plan.noise <= 0)
         return;
-    Rng rng(spec.seed, 1);
-    const uint32_t levels = 2 * static_cast<uint32_t>(spec.noise) + 1;
+    Rng rng(plan.seed, 1);
+    const uint32_t levels = 2 * static_cast<uint32_t>(plan.noise) + 1;
     for (uint8_t& px : img) {
-        const int offset = static_cast<int>((static_cast<uint64_t>(rng.Next()) * levels) >> 32) - spec.noise;
+        const int offset = static_cast<int>((static_cast<uint64_t>(rng.Next()) * levels) >> 32) - plan.noise;
         px = static_cast<uint8_t>(std::clamp(px + offset, 0, 255));
     }
 }
 
 } // namespace
 
-Slap Generate(const SlapSpec& spec)
+Slap Generate(const SlapSpec& plan)
 {
-    assert(spec.width > 0 && spec.height > 0);
+    assert(plan.width > 0 && plan.height > 0);
     Slap slap;
-    slap.width = spec.width;
-    slap.height = spec.height;
-    slap.pixels.assign(static_cast<size_t>(spec.width) * spec.height,
-                       static_cast<uint8_t>(std::clamp(spec.background, 0, 255)));
-    if (spec.smudge)
-        DrawSmudge(spec, slap.pixels);
+    slap.width = plan.width;
+    slap.height = plan.height;
+    slap.pixels.assign(static_cast<size_t>(plan.width) * plan.height,
+                       static_cast<uint8_t>(std::clamp(plan.background, 0, 255)));
+    if (plan.smudge)
+        DrawSmudge(plan, slap.pixels);
 
-    for (size_t i = 0; i < spec.fingers.size(); i++) {
-        const Finger& f = spec.fingers[i];
-        const Box b = DrawFinger(spec, MakePlan(f, spec.seed, static_cast<uint32_t>(i)), slap.pixels);
+    for (size_t i = 0; i < plan.fingers.size(); i++) {
+        const Finger& f = plan.fingers[i];
+        const Box b = DrawFinger(plan, MakePlan(f, plan.seed, static_cast<uint32_t>(i)), slap.pixels);
         Truth t{f.cx, f.cy, f.angle, 0, 0, 0, 0};
         if (b.right >= b.left) {
             t.left = b.left;
@@ -492,7 +492,7 @@ Slap Generate(const SlapSpec& spec)
     std::stable_sort(slap.truth.begin(), slap.truth.end(),
                      [](const Truth& a, const Truth& b) { return a.cx != b.cx ? a.cx < b.cx : a.cy < b.cy; });
 
-    AddNoise(spec, slap.pixels);
+    AddNoise(plan, slap.pixels);
     return slap;
 }
 
@@ -561,10 +561,10 @@ SlapSpec FourFingerHand(int width, int height, int tilt, bool rightHand, uint32_
     }
     const double scale = std::min({1.0, (width / 2.0 - MARGIN) / reachX, (height / 2.0 - MARGIN) / reachY});
 
-    SlapSpec spec;
-    spec.width = width;
-    spec.height = height;
-    spec.seed = seed;
+    SlapSpec plan;
+    plan.width = width;
+    plan.height = height;
+    plan.seed = seed;
     for (int i = 0; i < 4; i++) {
         Finger f;
         f.cx = static_cast<int>(std::floor(width / 2.0 + scale * x[i] + 0.5));
@@ -573,9 +573,9 @@ SlapSpec FourFingerHand(int width, int height, int tilt, bool rightHand, uint32_
         f.width = static_cast<int>(scale * d[i].width + 0.5);
         f.length = static_cast<int>(scale * d[i].length + 0.5);
         f.period = rng.Int(PERIOD_MIN, PERIOD_MAX);
-        spec.fingers.push_back(f);
+        plan.fingers.push_back(f);
     }
-    return spec;
+    return plan;
 }
 
 bool WritePgm(const char* path, const Slap& slap)

@@ -1,5 +1,5 @@
 // Synthetic 500 ppi slap images with known fingers, for tests, benchmarks and
-// the demo. Deterministic: the same spec always gives the same bytes (own
+// the demo. Deterministic: the same plan always gives the same bytes (own
 // random generator and sine; no C library randomness or transcendentals).
 //
 // Conventions
@@ -57,7 +57,7 @@ struct SlapSpec
     int width = 1600;
     int height = 1000;
     std::vector<Finger> fingers;   // any order; truth comes back left to right; later ones cover earlier ones
-    uint32_t seed = 1;             // ridge flow, ink and noise; the fingers' places and sizes are the spec's
+    uint32_t seed = 1;             // ridge flow, ink and noise; the fingers' places and sizes are the plan's
     int background = 225;          // platen gray (about 200..245)
     int ridge = 60;                // ridge gray (about 30..90)
     int valley = 190;              // valley gray inside the finger
@@ -70,7 +70,7 @@ struct SlapSpec
 
 struct Truth
 {
-    int cx, cy, angle;             // as in the spec
+    int cx, cy, angle;             // as in the plan
     int left, top, right, bottom;  // box of the fingertip, right/bottom one past; all 0 when it lies outside
 };
 
@@ -82,10 +82,10 @@ struct Slap
     std::vector<Truth> truth;      // left to right by cx (ties: top to bottom by cy)
 };
 
-// Draws the slap described by spec. Truth boxes are the axis-aligned bounds,
+// Draws the slap described by plan. Truth boxes are the axis-aligned bounds,
 // clipped to the image, of the pixels that the fingertip covers at least half
 // (the soft rim and the fade at the crease count half-way).
-Slap Generate(const SlapSpec& spec);
+Slap Generate(const SlapSpec& plan);
 
 // A plausible four-finger hand (index, middle, ring, little) on a width x
 // height image, every finger at angle 90 + tilt, turned by tilt degrees about
@@ -98,7 +98,7 @@ Slap Generate(const SlapSpec& spec);
 // (it keeps full size upright from about 1120 x 700, at tilt 15 in 1600 x 1000).
 // Sizes and places vary a little with seed. The fingers are listed left to
 // right as the upright hand has them (so also for moderate tilts), with ridge
-// periods of 9 or 10; every other field of the spec keeps its default.
+// periods of 9 or 10; every other field of the plan keeps its default.
 SlapSpec FourFingerHand(int width, int height, int tilt, bool rightHand, uint32_t seed, int gap = -1);
 
 // Writes a binary PGM (P5, maxval 255). Returns false on failure.
