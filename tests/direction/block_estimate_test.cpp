@@ -1,99 +1,53 @@
-// Ridge texture test of one block: the pair threshold, the three count
-// thresholds and the order of the row and column passes, on literal blocks
-// with known pair counts.
+// Ridge texture test of one block: the pair step, the three count thresholds
+// and the column pass that only runs for row counts of 16 to 40.
 #include "direction/direction.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
-#include <string>
 #include <vector>
 
 namespace {
 
-// '#' hits '.', '+' does not (20 apart), '-' hits nothing, 'o' / '%' are
-// '.' / '#' raised by 30, '@' hits every other level.
-int Level(char ch)
+// A 40 x 30 image of two-pixel vertical stripes of 0 and 255 (hits everywhere
+// around the block) with the block at (7, 5) holding exactly rowHits row pairs
+// and colHits column pairs that differ by step. Both are stripes of 100 and
+// 100 + step on a neutral 110: rows 0 to 2 carry the row pairs, rows 5 to 15
+// the column pairs; stripes never pair across each other.
+std::vector<unsigned char> Placed(int rowHits, int colHits, int step)
 {
-    const std::string chars = ".-+#o%@";
-    const int levels[] = {100, 110, 120, 121, 130, 151, 200};
-    return levels[chars.find(ch)];
-}
-
-using Picture = std::vector<std::string>;
-
-// Three row hits on even rows, two on odd ones: 40 row hits, no column hit.
-Picture Rows40()
-{
-    Picture p;
+    std::vector<unsigned char> img(40 * 30);
+    for (size_t i = 0; i < img.size(); i++)
+        img[i] = (i % 40 / 2) % 2 ? 0 : 255;
     for (int r = 0; r < 16; r++)
-        p.push_back(r % 2 ? "##.............." : "##.............#");
-    return p;
-}
-
-// Column 0: one row hit per row. Raised rows 14, 15: 32 column hits; '@' at rows 1, 6: three more.
-const Picture kRows16Columns35 = {
-    "#...............", "@...............", "#...............", "#...............", "#...............",
-    "#...............", "@...............", "#...............", "#...............", "#...............",
-    "#...............", "#...............", "#...............", "#...............", "%ooooooooooooooo",
-    "%ooooooooooooooo"};
-
-// Puts ch at each (column, row).
-Picture Put(Picture p, const std::vector<std::pair<int, int>>& at, char ch = '@')
-{
-    for (auto [c, r] : at)
-        p[r][c] = ch;
-    return p;
-}
-
-// Stripes two pixels wide: every pair across them differs.
-Picture Stripes(char light, bool vertical)
-{
-    Picture p(16, std::string(16, '.'));
-    for (int r = 0; r < 16; r++)
-        for (int c = 0; c < 16; c++)
-            if (((vertical ? c : r) / 2) % 2)
-                p[r][c] = light;
-    return p;
+        for (int c = 0; c < 16; c++) {
+            int level = 110;
+            if (14 * r + std::max(c - 2, 0) < rowHits)
+                level = (c / 2) % 2 ? 100 + step : 100;
+            else if (r >= 5 && 9 * c + std::max(r - 7, 0) < colHits)
+                level = ((r - 5) / 2) % 2 ? 100 + step : 100;
+            img[(5 + r) * 40 + 7 + c] = static_cast<unsigned char>(level);
+        }
+    return img;
 }
 
 TEST(BlockEstimate, Thresholds)
 {
-    // '@' on a '#' of column 0, 1 or 15 adds one column hit per column partner, no row hit.
-    const std::vector<std::pair<int, int>> tenColumnHits = {{0, 4}, {0, 8}, {1, 5}, {1, 9}, {15, 6}};
-    std::vector<std::pair<int, int>> elevenColumnHits = tenColumnHits;
-    elevenColumnHits.push_back({0, 0});
-    struct Case
-    {
-        const char* what;
-        Picture block;
-        int expected;
-    };
+    struct Case { int rowHits, colHits, step, expected; };
     const Case cases[] = {
-        {"flat", Picture(16, std::string(16, '.')), 0},
-        {"40 row hits are not enough alone", Rows40(), 0},
-        {"41 row hits", Put(Rows40(), {{14, 1}}, '#'), 1},
-        {"40 + 10 column hits = 50", Put(Rows40(), tenColumnHits), 0},
-        {"40 + 11 column hits = 51", Put(Rows40(), elevenColumnHits), 1},
-        {"16 row hits enter the column pass: 16 + 35", kRows16Columns35, 1},
-        // '-' at (2, 3) takes one row hit away, '@' at (0, 10) adds two column hits.
-        {"15 row hits reject, though 15 + 37 would pass", Put(Put(kRows16Columns35, {{2, 3}}, '-'), {{0, 10}}), 0},
-        {"vertical stripes 21 apart", Stripes('#', true), 1},
-        {"vertical stripes 20 apart", Stripes('+', true), 0},
-        {"horizontal stripes: the column pass never runs", Stripes('@', false), 0},
+        {40, 0, 21, 0},   // 40 row hits alone are not enough
+        {41, 0, 21, 1},   // 41 are
+        {41, 0, 20, 0},   // a step of 20 is no hit
+        {40, 10, 21, 0},  // the column pass adds to the row count: 50 are not enough
+        {40, 11, 21, 1},  // 51 are
+        {16, 35, 21, 1},  // 16 row hits enter the column pass
+        {15, 144, 21, 0}, // 15 are rejected before it
     };
     for (const Case& c : cases) {
-        // Alone (stride 16) and at (7, 5) of a 40-wide image whose surroundings are full of hits.
-        std::vector<unsigned char> alone(16 * 16), placed(40 * 30);
-        for (size_t i = 0; i < placed.size(); i++)
-            placed[i] = ((i % 40) / 2) % 2 ? 0 : 255;
-        for (int r = 0; r < 16; r++)
-            for (int x = 0; x < 16; x++)
-                placed[(5 + r) * 40 + 7 + x] = alone[r * 16 + x] = static_cast<unsigned char>(Level(c.block[r][x]));
-        EXPECT_EQ(BlockDrct1(alone.data(), 16, 16, 0, 0), c.expected) << c.what;
-        EXPECT_EQ(BlockDrct1(placed.data(), 40, 30, 7, 5), c.expected) << c.what << ", placed";
-        for (int param : {2, INT_MIN})
-            EXPECT_EQ(BlockDrct(placed.data(), 40, 30, 7, 5, param), c.expected) << c.what << ", param " << param;
+        std::vector<unsigned char> img = Placed(c.rowHits, c.colHits, c.step);
+        EXPECT_EQ(BlockDrct1(img.data(), 40, 30, 7, 5), c.expected) << c.rowHits << " + " << c.colHits;
+        EXPECT_EQ(BlockDrct(img.data(), 40, 30, 7, 5, INT_MIN), c.expected) << c.rowHits << " + " << c.colHits;
     }
 }
 
