@@ -91,7 +91,10 @@ typedef struct KOVRAL_INFO_
  * then accepts any image whose pixel count is at most w x h). A second call
  * while initialised changes nothing, even with larger sizes.
  * Sizes of 0 or less leave the library uninitialised; so does a failed
- * allocation (nothing is leaked).
+ * allocation (nothing is leaked). Sizes whose product exceeds the int range
+ * get maps of the full size; a split then compares its pixel count with that
+ * product wrapped to 32 bits, so it may refuse every image (65536 x 65536
+ * wraps to 0).
  *
  * @return KOVRAL_OK (1) in every case.
  */
@@ -111,7 +114,8 @@ KOVRAL_API void KOVRAL_Uninit(void);
  *
  * w: 256..1600, h: 360..1500, w * h at most the pixel count given to
  * KOVRAL_Init. outW x outH: size of every finger buffer, at least 256 x 360
- * and at most w x h. reserved: never read. pCount receives the number of
+ * and at most w x h. reserved: never read (any value, an invalid pointer
+ * included). pCount receives the number of
  * fingers (0..4). pInfo: an array of ten records, every one carrying a
  * buffer of outW x outH bytes; the first *pCount are filled, the others and
  * their buffers are not touched. The caller keeps ownership of everything.
@@ -121,12 +125,15 @@ KOVRAL_API void KOVRAL_Uninit(void);
  *                         or an image larger than the initialised size;
  *                         nothing is written
  * @return KOVRAL_ENOTINIT the library is not initialised; nothing is written
- * @return KOVRAL_ENOMEM   working memory could not be had; *pCount holds the
- *                         number of fingers found. When the upright cut
- *                         failed no record field is written; when the
- *                         cleaning of a finger failed, the records of the
- *                         fingers cleaned before it are filled. Finger
- *                         buffers may hold partial results.
+ * @return KOVRAL_ENOMEM   working memory for cutting out or cleaning the
+ *                         fingers could not be had; *pCount holds the number
+ *                         of fingers found, no record field is written, and
+ *                         finger buffers may hold partial results
+ *
+ * When memory runs short a split still returns normally and releases all it
+ * took: a failed allocation while locating fingers only costs fingers (down
+ * to a count of 0 with KOVRAL_OK) or reports a finger as upright (angle 90);
+ * one while cutting out or cleaning fingers gives KOVRAL_ENOMEM.
  */
 KOVRAL_API int KOVRAL_DoSplit(unsigned char* img, int w, int h, void* reserved,
                               int outW, int outH, int* pCount, KOVRAL_INFO_* pInfo);
@@ -148,6 +155,10 @@ KOVRAL_API int KOVRAL_JudegeFingers(int count, KOVRAL_INFO_* pInfo);
 /*
  * Writes the w x h gray image img as an uncompressed 8-bit BMP with a gray
  * palette to path, replacing any existing file. Works in any library state.
+ * An image whose padded size (w rounded up to a multiple of 4, times h, plus
+ * 1078) exceeds 32 bits is still written, with its size fields modulo 2^32.
+ * Once the file is open the result is KOVRAL_OK even if a write fails (a full
+ * disk).
  *
  * @return KOVRAL_OK     the file was written
  * @return KOVRAL_EINVAL img or path is null, or w or h is below 4; no file

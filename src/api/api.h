@@ -54,8 +54,10 @@ KOVRAL_API int SplitEnd(SplitMaps& maps, int result);
 KOVRAL_API void WidenFingerBoxes(tagRECT* boxes, int n, int w, int h16);
 
 // Cleans and scores fingers 0..n-1 in place: outside the finger area white,
-// levels above 240 to 255; fills x, y, angle and quality of their records.
-// scratch holds outW x outH bytes.
+// levels above 240 to 255; then fills x, y, angle and quality of their
+// records, all after the last cleaning, so that a cleaning that throws
+// std::bad_alloc leaves every record as it was. scratch holds outW x outH
+// bytes.
 KOVRAL_API void FinishFingers(KOVRAL_INFO_* pInfo, int n, int outW, int outH, const tagPOINT* centres,
                               const int* angles, unsigned char* scratch);
 

@@ -30,20 +30,24 @@ void FinishFingers(KOVRAL_INFO_* pInfo, int n, int outW, int outH, const tagPOIN
                    unsigned char* scratch)
 {
     const std::size_t size = static_cast<std::size_t>(outW) * static_cast<std::size_t>(outH);
+    // The records are written only once every finger is cleaned: a cleaning
+    // that cannot get memory throws, and then no record has been touched.
+    uint8_t quality[KOVRAL_MAX_RECORDS] = {};
     for (int i = 0; i < n; i++) {
-        KOVRAL_INFO_& record = pInfo[i];
+        unsigned char* finger = pInfo[i].pFpImg;
         // Mask into the scratch buffer, whiten, copy back: cleaned in place.
-        FindTheFpGrad(record.pFpImg, outW, outH, scratch);
+        FindTheFpGrad(finger, outW, outH, scratch);
         for (std::size_t p = 0; p < size; p++)
             if (scratch[p] > WHITEN_ABOVE)
                 scratch[p] = WHITE;
-        std::memcpy(record.pFpImg, scratch, size);
+        std::memcpy(finger, scratch, size);
         // The score keeps its low eight bits.
-        record.quality = static_cast<uint8_t>(GetQuality(record.pFpImg, outW, outH));
-        if (!InCentreArea(centres[i]))
-            record.quality = 0;
-        record.x = centres[i].x;
-        record.y = centres[i].y;
-        record.angle = angles[i];
+        quality[i] = InCentreArea(centres[i]) ? static_cast<uint8_t>(GetQuality(finger, outW, outH)) : 0;
+    }
+    for (int i = 0; i < n; i++) {
+        pInfo[i].x = centres[i].x;
+        pInfo[i].y = centres[i].y;
+        pInfo[i].angle = angles[i];
+        pInfo[i].quality = quality[i];
     }
 }
