@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Builds the fuzz targets with clang and runs the CTest label "fuzz": every
+# target replays its seeds and regressions once, then fuzzes for the given
+# number of seconds (default 30) from them, two targets at a time.
+#
+#   fuzz/run_ci.sh [seconds] [build-dir]     e.g. fuzz/run_ci.sh 3600 for a long session
+#
+# Installs clang and libFuzzer when missing. Inputs that grow the corpus stay
+# in <build-dir>/fuzz/corpus/; a crash leaves its input in
+# <build-dir>/fuzz/artifacts/<target>/ (and prints it in Base64).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+seconds="${1:-30}"
+build="${2:-build-fuzz}"
+
+packages=(clang libclang-rt-dev cmake ninja-build)
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+  echo "installing: ${missing[*]}"
+  sudo=""
+  [ "$(id -u)" -eq 0 ] || sudo="sudo"
+  export DEBIAN_FRONTEND=noninteractive
+  $sudo apt-get update -qq
+  $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
+fi
+
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+  -DKOVRAL_BUILD_FUZZ=ON -DKOVRAL_BUILD_TESTS=OFF -DKOVRAL_BUILD_EXAMPLES=OFF \
+  -DKOVRAL_FUZZ_SECONDS="$seconds" >/dev/null
+cmake --build "$build" --target kovral_fuzzers -j"$(nproc)"
+ctest --test-dir "$build" -L fuzz -j"$(nproc)" --output-on-failure
