@@ -4,51 +4,27 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 namespace {
 
-constexpr signed char L = 9;
-
+// A region of 9s in rows 2..bottom, wider in its last rows, with a stray block left of its box in row 39 and one
+// above. bottom - top = 37: untouched; 38: rows top + 37 and top + 38 lose the label in every column, and the box
+// is measured again over the whole map: narrower, the stray block above counting.
 TEST(CutLongFpDrct, KeepsTheTop37Rows)
 {
-    struct Row
-    {
-        const char* what;
-        int bottom; // region rows 2..bottom
-        bool cut;
-    };
-    const Row rows[] = {
-        {"bottom - top = 37: untouched", 39, false},
-        {"bottom - top = 38: rows top + 37 and top + 38 go", 40, true},
-        {"much longer", 47, true},
-    };
-    for (const Row& row : rows) {
-        BlockMap map(20, 50);
-        map.fill(4, 2, 8, row.bottom, L);
-        map.fill(9, 39, 15, row.bottom, L); // wider in its lowest rows
-        map.at(0, 39) = L;                   // outside the box, in a cut row
-        map.at(1, 20) = L;                   // outside the box, above the cut
-        map.fill(16, 39, 17, 40, 1);         // ridge blocks in the cut rows stay
-        map.at(3, 40) = L + 1;               // so does another label
-        BlockMap expected = map;
-        tagRECT rect{4, 2, 15, row.bottom};
-        CutLongFpDrct(map.data(), map.w, map.h, L, rect);
-        tagRECT want = rect;
-        if (row.cut) {
-            for (int y = 39; y <= row.bottom; y++)
-                for (int x = 0; x < map.w; x++)
-                    if (expected.at(x, y) == L)
-                        expected.at(x, y) = 0;
-            // Re-measured over the whole map: narrower, and the stray block
-            // left of the entry box counts.
-            want = {1, 2, 8, 38};
-        } else {
-            want = {4, 2, 15, row.bottom};
-        }
-        EXPECT_EQ(BlockMapText(map), BlockMapText(expected)) << row.what;
-        EXPECT_EQ(rect.left, want.left) << row.what;
-        EXPECT_EQ(rect.top, want.top) << row.what;
-        EXPECT_EQ(rect.right, want.right) << row.what;
-        EXPECT_EQ(rect.bottom, want.bottom) << row.what;
+    for (int bottom : {39, 40}) {
+        // What a cut keeps: the top 37 rows, the stray block above, ridge blocks and another label in the cut rows.
+        BlockMap kept = BlockMap(20, 50).fill(4, 2, 8, 38, 9).fill(1, 20, 1, 20, 9).fill(16, 39, 17, 40, 1);
+        kept.fill(3, 40, 3, 40, 10);
+        BlockMap map = kept;
+        map.fill(4, 39, 8, bottom, 9).fill(9, 39, 15, bottom, 9).fill(0, 39, 0, 39, 9);
+        const BlockMap expected = bottom == 40 ? kept : map;
+        tagRECT rect{4, 2, 15, bottom};
+        CutLongFpDrct(map.data(), map.w, map.h, 9, rect);
+        EXPECT_EQ(map.text(), expected.text()) << bottom;
+        const std::array<int, 4> box{rect.left, rect.top, rect.right, rect.bottom};
+        EXPECT_EQ(box, (bottom == 40 ? std::array<int, 4>{1, 2, 8, 38} : std::array<int, 4>{4, 2, 15, 39}));
     }
 }
 
