@@ -14,23 +14,12 @@ cd "$(dirname "$0")/.."
 seconds="${1:-30}"
 build="${2:-build-fuzz}"
 
-packages=(clang libclang-rt-dev cmake ninja-build)
-missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-  echo "installing: ${missing[*]}"
-  sudo=""
-  [ "$(id -u)" -eq 0 ] || sudo="sudo"
-  export DEBIAN_FRONTEND=noninteractive
-  $sudo apt-get update -qq
-  $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
-fi
+scripts/install_packages.sh clang libclang-rt-dev cmake ninja-build
 
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
-  -DKOVRAL_BUILD_FUZZ=ON -DKOVRAL_BUILD_TESTS=OFF -DKOVRAL_BUILD_EXAMPLES=OFF \
+  -DKOVRAL_BUILD_FUZZ=ON -DKOVRAL_BUILD_TESTS=OFF -DKOVRAL_BUILD_EXAMPLES=OFF -DKOVRAL_BUILD_TOOLS=OFF \
+  -DKOVRAL_BUILD_BENCH=OFF \
   -DKOVRAL_FUZZ_SECONDS="$seconds" >/dev/null
 cmake --build "$build" --target kovral_fuzzers -j"$(nproc)"
 ctest --test-dir "$build" -L fuzz -j"$(nproc)" --output-on-failure

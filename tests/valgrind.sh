@@ -11,13 +11,7 @@ cd "$(dirname "$0")/.."
 
 build="${1:-build}"
 
-if ! command -v valgrind >/dev/null; then
-  sudo=""
-  [ "$(id -u)" -eq 0 ] || sudo="sudo"
-  export DEBIAN_FRONTEND=noninteractive
-  $sudo apt-get update -qq
-  $sudo apt-get install -y -qq valgrind >/dev/null
-fi
+scripts/install_packages.sh valgrind
 
 programs=()
 for p in "$build"/tests/test_*; do
