@@ -1,69 +1,39 @@
+// Finger centres from the boxes and the labelled block map.
 #include "extract/extract.h"
 
 #include <gtest/gtest.h>
 
+#include <utility>
 #include <vector>
 
 namespace {
 
 constexpr int BW = 20;
-constexpr int BH = 40;
-constexpr signed char LABEL = 12;
 
-struct LabelRun { int row, first, last; }; // labelled cells, inclusive
-
-tagPOINT Centre(tagRECT box, int outH, std::vector<LabelRun> runs)
-{
-    std::vector<signed char> work(BW * BH, 0);
-    for (const LabelRun& run : runs)
-        for (int c = run.first; c <= run.last; c++)
-            work[run.row * BW + c] = LABEL;
-    signed char label = LABEL;
-    int angle = 90;
-    tagPOINT centre{-1, -1};
-    GetCenter(work.data(), BW, BH, 1, &box, &angle, &label, 256, outH, &centre);
-    return centre;
-}
-
+// All rows go through one call on a shared 20-column map, each finger with its own box and its own label
+// (row index + 1) in the given cells of one block row. outH is 360.
 TEST(FingerCentre, Examples)
 {
-    struct Row { tagRECT box; int outH; std::vector<LabelRun> runs; tagPOINT expected; };
-    const std::vector<Row> rows = {
-        // 300 high, below outH: the middle row 250 (block row 15); run 10..14 from bx0 9
-        {{144, 100, 300, 400}, 360, {{15, 10, 14}}, {200, 250}},
-        // 400 high: a window from 8 above the box, y = 100 + 180 - 8
-        {{144, 100, 300, 500}, 360, {{17, 10, 14}}, {200, 272}},
-        // exactly outH high counts as tall: y = 0 + 180 - 8, not 180
-        {{144, 0, 300, 360}, 360, {{10, 10, 14}}, {200, 172}},
-        // cells left of bx0 do not count: only column 12, x = (3 + 9) * 16 + 8
-        {{144, 100, 300, 400}, 360, {{15, 5, 5}, {15, 12, 12}}, {200, 250}},
-        // no label in the row: (20 / 2 + 9) * 16 + 8
-        {{144, 100, 300, 400}, 360, {{14, 10, 14}}, {312, 250}},
-        // the scan stops at the row end: the next row's first cells never count
-        {{144, 100, 300, 400}, 360, {{16, 0, 5}}, {312, 250}},
+    const struct { tagRECT box; int blockRow; std::vector<int> cells; std::pair<int, int> centre; } rows[] = {
+        {{144, 100, 300, 400}, 15, {10, 14}, {200, 250}},     // 300 high: the middle row; cells 1 and 5 past bx0 9
+        {{144, 100, 300, 500}, 17, {10, 14}, {200, 272}},     // 400 high: a window from 8 above, 100 + 180 - 8
+        {{144, 0, 300, 360}, 10, {10, 14}, {200, 172}},       // exactly outH high counts as tall: not 180
+        {{144, 200, 300, 500}, 21, {5, 12, 13}, {200, 350}},  // column 5 is left of bx0; (3 + 4) / 2 truncates
+        {{144, 100, 300, 400}, 14, {10, 14}, {312, 250}},     // no label in the row: (20 / 2 + 9) * 16 + 8
+        {{144, 100, 300, 400}, 16, {0, 5}, {312, 250}},       // the next row's first cells never count
     };
-    for (size_t i = 0; i < rows.size(); i++) {
-        const tagPOINT c = Centre(rows[i].box, rows[i].outH, rows[i].runs);
-        EXPECT_EQ(c.x, rows[i].expected.x) << "row " << i;
-        EXPECT_EQ(c.y, rows[i].expected.y) << "row " << i;
+    const int count = static_cast<int>(std::size(rows));
+    std::vector<signed char> work(BW * 40, 0), labels = {1, 2, 3, 4, 5, 6};
+    std::vector<tagRECT> boxes;
+    for (int i = 0; i < count; i++) {
+        boxes.push_back(rows[i].box);
+        for (int cell : rows[i].cells)
+            work[rows[i].blockRow * BW + cell] = labels[i];
     }
-}
-
-// Every finger uses its own box and label; count 0 writes nothing.
-TEST(FingerCentre, SeveralFingers)
-{
-    std::vector<signed char> work(BW * BH, 0);
-    work[15 * BW + 2] = 9;
-    work[15 * BW + 4] = 10;
-    tagRECT boxes[2] = {{0, 100, 100, 400}, {0, 100, 100, 400}};
-    signed char labels[2] = {9, 10};
-    int angles[2] = {90, 90};
-    tagPOINT centres[2] = {{-1, -1}, {-1, -1}};
-    GetCenter(work.data(), BW, BH, 0, boxes, angles, labels, 256, 360, centres);
-    EXPECT_EQ(centres[0].x, -1);
-    GetCenter(work.data(), BW, BH, 2, boxes, angles, labels, 256, 360, centres);
-    EXPECT_EQ(centres[0].x, 2 * 16 + 8);
-    EXPECT_EQ(centres[1].x, 4 * 16 + 8);
+    std::vector<tagPOINT> centres(count);
+    GetCenter(work.data(), BW, 40, count, boxes.data(), nullptr, labels.data(), 256, 360, centres.data()); // no angles
+    for (int i = 0; i < count; i++)
+        EXPECT_EQ(std::pair(centres[i].x, centres[i].y), rows[i].centre) << "row " << i;
 }
 
 } // namespace

@@ -1,125 +1,86 @@
+// Fingers cut out upright: the choice between plain window and turn, the window's place, and the turned
+// buffer's mapping, size, interpolation and content placement.
 #include "extract/extract.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <functional>
+#include <tuple>
 #include <vector>
 
 namespace {
 
-constexpr unsigned char BK = 250;        // background gray; Pattern never takes it
+constexpr unsigned char BK = 250;        // background gray; the pattern never takes it
 constexpr unsigned char UNTOUCHED = 165; // the caller's content of a finger buffer
-constexpr signed char LABEL = 20;
-
 using Buf = std::vector<unsigned char>;
 
-unsigned char Pattern(int x, int y)
-{
-    return static_cast<unsigned char>((x * 7 + y * 13) % 241);
-}
+constexpr auto PATTERN = [](int x, int y) { return (x * 7 + y * 13) % 241; };
 
-struct Scene
+// One finger cut out of the w x h image pixel(x, y) into a buffer prefilled with UNTOUCHED.
+// Every block of the map holds its column index, so the finger's label is the block column of its centre,
+// which lands on pixel column 16 label + 8 (-1 matches nothing).
+struct Cut
 {
-    int w, h;
-    Buf img;
-    std::vector<signed char> work;
-
-    Scene(int w_, int h_, const std::function<unsigned char(int, int)>& pixel)
-        : w(w_), h(h_), img(w_ * h_), work((w_ / 16) * ((h_ + 15) / 16), 0)
+    Buf out;
+    tagRECT box;
+    Cut(int w, int h, tagRECT b, int angle, int outW, int outH, const std::function<int(int, int)>& pixel = PATTERN,
+        signed char label = -1)
+        : out(outW * outH, UNTOUCHED), box(b)
     {
+        Buf img(w * h);
         for (int i = 0; i < w * h; i++)
-            img[i] = pixel(i % w, i / w);
-    }
-    unsigned char At(int x, int y) const { return img[y * w + x]; }
-    Buf Window(int x0, int y0, int outW, int outH) const
-    {
-        Buf win;
-        for (int y = y0; y < y0 + outH; y++)
-            win.insert(win.end(), img.begin() + y * w + x0, img.begin() + y * w + x0 + outW);
-        return win;
-    }
-    // Fingers 0..n-1 into buffers prefilled with UNTOUCHED; returns GetRoatedFp's result.
-    int Extract(int n, tagRECT* boxes, int* angles, int outW, int outH, std::vector<Buf>& bufs, tagPOINT* centres)
-    {
-        signed char labels[2] = {LABEL, LABEL};
-        unsigned char* ptrs[2];
-        bufs.assign(2, Buf(outW * outH, UNTOUCHED));
-        for (int i = 0; i < 2; i++)
-            ptrs[i] = bufs[i].data();
-        return GetRoatedFp(img.data(), w, h, work.data(), n, boxes, angles, labels, BK, ptrs, outW, outH, centres);
-    }
-    Buf Extract(tagRECT box, int angle, int outW, int outH, tagPOINT* centre = nullptr)
-    {
-        std::vector<Buf> bufs;
+            img[i] = static_cast<unsigned char>(pixel(i % w, i / w));
+        std::vector<signed char> work((w / 16) * ((h + 15) / 16));
+        for (size_t i = 0; i < work.size(); i++)
+            work[i] = static_cast<signed char>(i % (w / 16));
+        unsigned char* buf = out.data();
         tagPOINT c;
-        EXPECT_EQ(Extract(1, &box, &angle, outW, outH, bufs, centre ? centre : &c), 1);
-        return bufs[0];
+        EXPECT_EQ(GetRoatedFp(img.data(), w, h, work.data(), 1, &box, &angle, &label, BK, &buf, outW, outH, &c), 1);
     }
 };
 
-// count 0: nothing written, boxes not even clamped. An empty box reads nothing and comes out as
-// fill; the other box is clamped in place to w - 1, h - 1.
-TEST(RotatedExtraction, CountZeroEmptyBoxAndClamp)
+// A box is clamped in place to w - 1, h - 1, which leaves this one empty: it reads nothing and comes out
+// as fill.
+TEST(RotatedExtraction, ClampAndEmptyBox)
 {
-    Scene s(320, 368, Pattern);
-    tagRECT boxes[2] = {{100, 300, 100, 50}, {16, 40, 400, 400}};
-    int angles[2] = {30, 90};
-    tagPOINT centres[2] = {{-1, -1}, {-1, -1}};
-    std::vector<Buf> bufs;
-    EXPECT_EQ(s.Extract(0, boxes, angles, 256, 360, bufs, centres), 1);
-    EXPECT_EQ(boxes[1].right, 400);
-    EXPECT_EQ(centres[0].x, -1);
-    EXPECT_EQ(bufs[0], Buf(256 * 360, UNTOUCHED));
-    ASSERT_EQ(s.Extract(2, boxes, angles, 256, 360, bufs, centres), 1);
-    EXPECT_EQ(bufs[0], Buf(256 * 360, BK));
-    EXPECT_EQ(boxes[1].right, 319);
-    EXPECT_EQ(boxes[1].bottom, 367);
-    ASSERT_EQ(centres[1].x, 184); // no label: the box's middle block
-    ASSERT_EQ(centres[1].y, 203);
-    EXPECT_EQ(bufs[1], s.Window(56, 7, 256, 360)); // 23 >= 368 - 360 steps back to 7
+    const Cut cut(320, 368, {100, 367, 400, 400}, 30, 256, 360);
+    EXPECT_EQ(std::tuple(cut.box.right, cut.box.bottom, cut.out == Buf(256 * 360, BK)), std::tuple(319, 367, true));
 }
 
-// The plain window is the image window exactly (no fill); a turned finger's buffer holds fill.
+// The plain window is the image window exactly (no fill); a turned finger's buffer holds fill. The box
+// rows put the centre on row cy; x0 -1: turned; -2: nothing copied.
 TEST(RotatedExtraction, PlainWindow)
 {
-    struct Row { int w, h, outW, outH, angle, cx, cy, x0, y0; }; // x0 -1: turned; -2: nothing copied
-    const Row rows[] = {
-        {640, 480, 256, 360, 86, 136, 190, 8, 10}, {640, 480, 256, 360, 90, 136, 190, 8, 10},
-        {640, 480, 256, 360, 94, 136, 190, 8, 10}, {640, 480, 256, 360, 85, 136, 190, -1, 0},
-        {640, 480, 256, 360, 95, 136, 190, -1, 0}, {640, 480, 256, 360, 150, 136, 190, -1, 0},
-        {256, 480, 256, 360, 30, 136, 190, 0, 10},   // outW == w: plain; 8 steps back to -1, held at 0
-        {640, 368, 256, 368, 30, 136, 190, 8, 0},    // outH == h: the same for rows
-        {800, 480, 256, 360, 90, 696, 200, 543, 20}, // 568 reaches the end (>= 544): one short of the last fit
-        {800, 480, 256, 360, 90, 104, 100, 0, 0},    // before the start, both ways
-        {800, 480, 256, 360, 90, 600, 300, 472, 119}, // 472 fits; 120 == h - outH steps back to 119
-        {808, 480, 256, 360, 90, 680, 290, 551, 110}, // 552 == w - outW would fit exactly, still 551
-        {640, 352, 256, 360, 90, 328, 200, -2, 0},    // the window is taller than the image
+    const struct { int w, h, outW, outH, angle, labelCol, cy, x0, y0; } rows[] = {
+        // Within 4 degrees of upright; just beyond.
+        {640, 480, 256, 360, 86, 8, 190, 8, 10}, {640, 480, 256, 360, 94, 8, 190, 8, 10},
+        {640, 480, 256, 360, 85, 8, 190, -1, 0}, {640, 480, 256, 360, 95, 8, 190, -1, 0},
+        // Steep: turned by 45. outW == w: plain, 8 steps back to -1, held at 0.
+        {640, 480, 256, 360, 150, 8, 190, -1, 0}, {256, 480, 256, 360, 30, 8, 190, 0, 10},
+        // outH == h: the same for rows. 568 reaches the end (>= 544): one short of the last fit.
+        {640, 368, 256, 368, 30, 8, 190, 8, 0}, {800, 480, 256, 360, 90, 43, 200, 543, 20},
+        // 552 == w - outW would fit exactly, still 551; 472 fits, but 120 == h - outH steps back to 119.
+        {808, 480, 256, 360, 90, 42, 290, 551, 110}, {800, 480, 256, 360, 90, 37, 300, 472, 119},
+        // Before the start, both ways; a window taller than the image.
+        {800, 480, 256, 360, 90, 6, 100, 0, 0}, {640, 352, 256, 360, 90, 20, 200, -2, 0},
     };
-    for (const Row& r : rows) {
-        Scene s(r.w, r.h, Pattern);
-        s.work[(r.cy / 16) * (r.w / 16) + (r.cx - 8) / 16] = LABEL; // centre column 16 * bx + 8
-        tagPOINT centre;
-        const Buf buf = s.Extract({0, r.cy - 50, 200, r.cy + 50}, r.angle, r.outW, r.outH, &centre);
-        ASSERT_EQ(centre.x, r.cx);
-        if (r.x0 == -1)
-            EXPECT_NE(std::find(buf.begin(), buf.end(), BK), buf.end()) << "angle " << r.angle;
-        else if (r.x0 == -2)
-            EXPECT_EQ(buf, Buf(r.outW * r.outH, UNTOUCHED));
-        else
-            EXPECT_EQ(buf, s.Window(r.x0, r.y0, r.outW, r.outH)) << "angle " << r.angle << " cx " << r.cx;
+    for (const auto& r : rows) {
+        const Buf out = Cut(r.w, r.h, {0, r.cy - 50, 200, r.cy + 50}, r.angle, r.outW, r.outH, PATTERN, r.labelCol).out;
+        Buf expected(r.outW * r.outH, UNTOUCHED);
+        for (int i = 0; r.x0 >= 0 && i < r.outW * r.outH; i++)
+            expected[i] = static_cast<unsigned char>(PATTERN(r.x0 + i % r.outW, r.y0 + i / r.outW));
+        EXPECT_TRUE(r.x0 == -1 ? std::find(out.begin(), out.end(), BK) != out.end() : out == expected)
+            << "angle " << r.angle << " centre column " << 16 * r.labelCol + 8;
     }
 }
 
 // Every angle above 134 turns by 45 degrees.
 TEST(RotatedExtraction, SteepFingersTurnBy45)
 {
-    Scene s(480, 480, Pattern);
-    const tagRECT box{40, 60, 340, 420};
-    const Buf at135 = s.Extract(box, 135, 256, 360);
-    EXPECT_EQ(s.Extract(box, 150, 256, 360), at135);
-    EXPECT_EQ(s.Extract(box, 179, 256, 360), at135);
-    EXPECT_NE(s.Extract(box, 134, 256, 360), at135);
+    const Buf at135 = Cut(480, 480, {40, 60, 340, 420}, 135, 256, 360).out;
+    EXPECT_EQ(Cut(480, 480, {40, 60, 340, 420}, 136, 256, 360).out, at135);
+    EXPECT_NE(Cut(480, 480, {40, 60, 340, 420}, 134, 256, 360).out, at135);
 }
 
 // Angle 0 turns a quarter counter-clockwise without interpolation. The 401 x 300 box lands in a
@@ -127,31 +88,21 @@ TEST(RotatedExtraction, SteepFingersTurnBy45)
 // (columns 2..301, middle 151) starts in row 2 and is copied from row 4.
 TEST(RotatedExtraction, QuarterTurnMapsEveryPixel)
 {
-    Scene s(448, 352, Pattern);
-    const Buf buf = s.Extract({20, 30, 421, 330}, 0, 256, 360);
+    const Buf out = Cut(448, 352, {20, 30, 421, 330}, 0, 256, 360).out;
     for (int j = 0; j < 360; j++)
         for (int i = 0; i < 256; i++)
-            ASSERT_EQ(buf[j * 256 + i], s.At(20 + 398 - j, 30 + 21 + i)) << i << "," << j;
+            ASSERT_EQ(out[j * 256 + i], PATTERN(20 + 398 - j, 30 + 21 + i)) << i << "," << j;
 }
 
-// The same turn of one partial row of a 400 x 300 box (304 x 403 buffer, box columns 0..99): a
-// vertical line in rows 302..401 of the turned buffer, found only where it crosses the lattice.
-TEST(RotatedExtraction, ContentSearchOnLattice)
+// The same turn of a 400 x 300 box (a 304 x 403 buffer) whose only content, box row 13 of columns 0..99,
+// turns into column 15, rows 302..401, which meets no lattice row or column. So the content is placed as
+// if it were at the top left: rows 302..363 copied from row 298 of column 15.
+TEST(RotatedExtraction, ContentOffTheLattice)
 {
-    struct Row { int boxRow, col, firstRow, rows; };
-    const Row rows[] = {
-        {14, 16, 130, 100}, // on lattice column 16: top 302, the 100 rows centred in 360
-        {13, 15, 298, 62},  // off it: top 4 by default, rows 302..363 copied from row 298
-    };
-    for (const Row& r : rows) {
-        Scene s(448, 352, [&](int x, int y) { return y == 30 + r.boxRow && x >= 20 && x < 120 ? 60 : BK; });
-        const Buf buf = s.Extract({20, 30, 420, 330}, 0, 256, 360);
-        for (int j = 0; j < 360; j++)
-            for (int i = 0; i < 256; i++) {
-                const bool line = i == r.col && j >= r.firstRow && j < r.firstRow + r.rows;
-                ASSERT_EQ(buf[j * 256 + i], line ? 60 : BK) << "box row " << r.boxRow << " at " << i << "," << j;
-            }
-    }
+    const auto line = [](int x, int y) { return y == 30 + 13 && x >= 20 && x < 120 ? 60 : BK; };
+    const Buf out = Cut(448, 352, {20, 30, 420, 330}, 0, 256, 360, line).out;
+    EXPECT_EQ(std::tuple(std::count(out.begin(), out.end(), BK), out[298 * 256 + 15], out[359 * 256 + 15]),
+              std::tuple(256 * 360 - 62, 60, 60));
 }
 
 // A 300 x 500 box turned by +-30 degrees needs a 512 x 585 buffer. A dark dot at the box centre is
@@ -160,14 +111,12 @@ TEST(RotatedExtraction, ContentSearchOnLattice)
 // rows from 291 to 583 are centred in outH.
 TEST(RotatedExtraction, TurnedBufferSize)
 {
-    struct Row { int angle, outH, dotRow; };
-    const Row rows[] = {{120, 360, 34}, {120, 361, 35}, {60, 360, 34}, {60, 361, 35}};
-    for (const Row& r : rows) {
-        Scene s(400, 592, [](int x, int y) { return x == 190 && y == 290 ? 0 : BK; });
-        const Buf buf = s.Extract({40, 40, 340, 540}, r.angle, 300, r.outH);
-        EXPECT_EQ(buf[r.dotRow * 300 + 256], 0) << "angle " << r.angle << " outH " << r.outH;
-        EXPECT_NE(buf[(r.dotRow - 1) * 300 + 256], BK);
-        EXPECT_EQ(buf[(r.dotRow - 2) * 300 + 256], BK);
+    const auto dot = [](int x, int y) { return x == 190 && y == 290 ? 0 : BK; };
+    const struct { int angle, outH, at; } rows[] = {{120, 360, 34 * 300 + 256}, {60, 361, 35 * 300 + 256}};
+    for (const auto& r : rows) {
+        const Buf out = Cut(400, 592, {40, 40, 340, 540}, r.angle, 300, r.outH, dot).out;
+        // The dot, the smear above it and fill above that.
+        EXPECT_EQ(std::tuple(out[r.at], out[r.at - 300] != BK, out[r.at - 600]), std::tuple(0, true, BK)) << r.angle;
     }
 }
 
@@ -176,28 +125,18 @@ TEST(RotatedExtraction, TurnedBufferSize)
 // box centre shows at (136 + X, 182 - Y) of a 272 x 368 buffer.
 TEST(RotatedExtraction, BilinearRamp)
 {
-    Scene s(320, 400, [](int x, int y) {
-        return x >= 100 && x <= 109 && y >= 100 && y <= 109 ? 20 + 10 * (x - 100) + 3 * (y - 100) : BK;
-    });
-    const Buf buf = s.Extract({100, 100, 109, 109}, 120, 272, 368);
-    struct Row { int x, y, value; }; // sample point (u, v) in the box, in 1/2048 pixel
-    const Row rows[] = {
-        {0, 0, 72},   // (8192, 8192): the box centre
-        {0, 1, 64},   // (7168, 6418)
-        {1, 0, 79},   // (9966, 7168)
-        {-1, 0, 64},  // (6418, 9216)
-        {0, -1, 79},  // (9216, 9966)
-        {-4, 0, 43},  // (1096, 12288)
-        {3, -2, 108}, // (15562, 8668)
-        {2, 3, 63},   // (8668, 822)
-        {5, 0, 107},  // (17062, 3072): in the last column
-        {0, -5, 109}, // (13312, 17062): in the last row
-        {-5, 0, BK},  // (-678, 13312): before the first column, not column 0
-        {0, 5, BK},   // (3072, -678): above the first row
-        {6, 0, BK},   // (18836, 2048): past the last column
+    const auto ramp = [](int x, int y) { return 20 + 10 * (x - 100) + 3 * (y - 100); }; // read only inside the box
+    const Buf out = Cut(320, 400, {100, 100, 109, 109}, 120, 272, 368, ramp).out;
+    // Cell (X, Y) and its value; in the comments the sample point (u, v) in the box, in 1/2048 pixel.
+    const struct { int x, y, value; } rows[] = {
+        // (8192, 8192) the box centre; (9966, 7168); (9216, 9966); (15562, 8668); (8668, 822).
+        {0, 0, 72}, {1, 0, 79}, {0, -1, 79}, {3, -2, 108}, {2, 3, 63},
+        // (17062, 3072) in the last column; (13312, 17062) in the last row; (-678, 13312) before the first
+        // column; (3072, -678) above the first row; (18836, 2048) past the last column.
+        {5, 0, 107}, {0, -5, 109}, {-5, 0, BK}, {0, 5, BK}, {6, 0, BK},
     };
-    for (const Row& r : rows)
-        EXPECT_EQ(buf[(182 - r.y) * 272 + 136 + r.x], r.value) << r.x << "," << r.y;
+    for (const auto& r : rows)
+        EXPECT_EQ(out[(182 - r.y) * 272 + 136 + r.x], r.value) << r.x << "," << r.y;
 }
 
 } // namespace

@@ -1,8 +1,11 @@
+// Window copy out of a gray image and block painting of a signed byte map.
 #include "extract/extract.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <numeric>
+#include <string>
 #include <vector>
 
 namespace {
@@ -10,39 +13,45 @@ namespace {
 // A 10 x 6 source whose pixel (c, r) is 10 r + c.
 TEST(WindowCopy, CopiesOnlyWindowsInsideTheSource)
 {
-    struct Row { int dw, dh, x0, y0; bool copies; };
-    const Row rows[] = {
-        {4, 3, 6, 3, true},        // ends exactly at the right and bottom edges
-        {4, 3, 7, 3, false},       // one column too far
-        {4, 3, 6, 4, false},       // one row too far
-        {4, 3, -1, 0, false},      // negative x0
-        {4, 3, 0, -1, false},      // negative y0
-        {4, 0, 0, 0, false},       // no row
-        {1, 1, INT_MAX, 0, false}, // x0 + dw beyond int
-        {1, 1, 0, INT_MAX, false},
-        {10, 6, 0, 0, true},       // the whole source
+    const struct { int dw, dh, x0, y0; bool copies; } rows[] = {
+        {4, 3, 6, 3, true}, {10, 6, 0, 0, true}, {4, 3, 7, 3, false}, {4, 3, 6, 4, false}, // edges reached, passed
+        {4, 3, -1, 0, false}, {4, 3, 0, -1, false}, {4, 0, 0, 0, false}, // negative x0, y0; no row
+        {1, 1, INT_MAX, 0, false}, {1, 1, 0, INT_MAX, false},            // the window's end beyond int
     };
     std::vector<unsigned char> src(60);
-    for (int i = 0; i < 60; i++)
-        src[i] = static_cast<unsigned char>(i);
-    for (const Row& row : rows) {
-        std::vector<unsigned char> dst(64, 255);
-        CutImageBuf(dst.data(), row.dw, row.dh, src.data(), row.x0, row.y0, 10, 6);
-        for (int i = 0; i < 64; i++) {
-            const bool inWindow = row.copies && i < row.dw * row.dh;
-            const int expected = inWindow ? 10 * (row.y0 + i / row.dw) + row.x0 + i % row.dw : 255;
-            ASSERT_EQ(dst[i], expected) << row.dw << "x" << row.dh << " at " << row.x0 << "," << row.y0;
-        }
+    std::iota(src.begin(), src.end(), 0);
+    for (const auto& r : rows) {
+        std::vector<unsigned char> dst(64, 255), expected(64, 255);
+        for (int i = 0; r.copies && i < r.dw * r.dh; i++)
+            expected[i] = static_cast<unsigned char>(10 * (r.y0 + i / r.dw) + r.x0 + i % r.dw);
+        CutImageBuf(dst.data(), r.dw, r.dh, src.data(), r.x0, r.y0, 10, 6);
+        EXPECT_EQ(dst, expected) << r.dw << "x" << r.dh << " at " << r.x0 << "," << r.y0;
     }
+    std::vector<unsigned char> dst(60, 255);
+    CutImageBuf(dst.data(), 4, 3, nullptr, 0, 0, 10, 6); // a null source copies nothing
+    EXPECT_EQ(dst, std::vector<unsigned char>(60, 255));
 }
 
-TEST(WindowCopy, NullPointersCopyNothing)
+// A size 4 block at (1, 1) of a 7 x 6 map whose last column holds '|' as a row separator: the diagonal
+// cells of every half and the cells around the block.
+TEST(BlockPaint, HalvesAndDegenerateBlocks)
 {
-    std::vector<unsigned char> src(60, 1);
-    std::vector<unsigned char> dst(60, 255);
-    CutImageBuf(dst.data(), 4, 3, nullptr, 0, 0, 10, 6);
-    CutImageBuf(nullptr, 4, 3, src.data(), 0, 0, 10, 6);
-    EXPECT_EQ(dst, std::vector<unsigned char>(60, 255));
+    const std::string none = "......|......|......|......|......|......|";
+    const std::string one = "......|.#....|......|......|......|......|";
+    const struct { int size, mode; std::string painted; } rows[] = {
+        {4, 0, "......|.####.|.####.|.####.|.####.|......|"},
+        // Below the anti-diagonal, which stays out, and down to it.
+        {4, 1, "......|......|....#.|...##.|..###.|......|"}, {4, 3, "......|.####.|.###..|.##...|.#....|......|"},
+        // Below the main diagonal, which stays out, and down to it.
+        {4, 2, "......|......|.#....|.##...|.###..|......|"}, {4, 4, "......|.####.|..###.|...##.|....#.|......|"},
+        {1, 0, one}, {1, 3, one}, {1, 4, one}, {1, 1, none}, {1, 2, none}, // a single cell has no lower half
+        {4, 5, none}, {4, -1, none}, {0, 0, none}, {-1, 0, none},         // unknown modes, empty sizes
+    };
+    for (const auto& r : rows) {
+        std::vector<signed char> map(none.begin(), none.end());
+        SetBlockValue(map.data(), 7, 6, 1, 1, r.size, '#', r.mode);
+        EXPECT_EQ(std::string(map.begin(), map.end()), r.painted) << "size " << r.size << " mode " << r.mode;
+    }
 }
 
 } // namespace
