@@ -1,5 +1,6 @@
 // KOVRAL_DoSplit: the road of one split.
 #include "api/api.h"
+#include "block_grid.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -17,8 +18,7 @@ namespace {
 constexpr int MAX_FINGERS = 4;
 // Passed through to every block test; it has no effect on the result.
 constexpr int BLOCK_TEST_PARAM = 2;
-constexpr int BLOCK_SHIFT = 4;
-constexpr int BLOCK_ROUND_DOWN = ~15;
+constexpr int BLOCK_ROUND_DOWN = ~(BLOCK_SIZE - 1);
 
 // The working arrays of one split, one entry per candidate.
 struct SplitArrays

@@ -1,6 +1,7 @@
 // The per-process block maps: KOVRAL_Init, KOVRAL_Uninit and the hold that a
 // running split keeps on them.
 #include "api/api.h"
+#include "block_grid.h"
 
 #include <cstddef>
 #include <mutex>
@@ -17,7 +18,6 @@ namespace {
 
 // Extra blocks per direction beyond the largest image's block grid.
 constexpr int MAP_MARGIN = 4;
-constexpr int BLOCK_SHIFT = 4;
 // KOVRAL_Uninit polls a running split this often, this far apart.
 constexpr int UNINIT_POLLS = 100;
 constexpr int UNINIT_POLL_MS = 10;

@@ -2,13 +2,13 @@
 // pixels two apart, across the rows first and down the columns only when the
 // row count alone is undecided.
 #include "direction/direction.h"
+#include "block_grid.h"
 
 #include <cstdlib>
 
 namespace {
 
-constexpr int BLOCK = 16;
-// Pairs are compared two pixels apart, so each line holds BLOCK - PAIR_GAP pairs.
+// Pairs are compared two pixels apart, so each line holds BLOCK_SIZE - PAIR_GAP pairs.
 constexpr int PAIR_GAP = 2;
 // A pair counts when its gray values differ by at least this much.
 constexpr int MIN_STEP = 21;
@@ -30,9 +30,9 @@ unsigned char BlockDrct1(unsigned char* img, int w, int /*h*/, int x, int y)
     const unsigned char* block = img + static_cast<long long>(y) * w + x;
 
     int count = 0;
-    for (int r = 0; r < BLOCK; r++) {
+    for (int r = 0; r < BLOCK_SIZE; r++) {
         const unsigned char* row = block + static_cast<long long>(r) * w;
-        for (int c = 0; c < BLOCK - PAIR_GAP; c++)
+        for (int c = 0; c < BLOCK_SIZE - PAIR_GAP; c++)
             count += IsStep(row + c, row + c + PAIR_GAP);
     }
     if (count > ACCEPT_ROWS)
@@ -41,10 +41,10 @@ unsigned char BlockDrct1(unsigned char* img, int w, int /*h*/, int x, int y)
         return 0;
 
     // The column pass adds to the row count and may stop after any row.
-    for (int r = 0; r < BLOCK - PAIR_GAP; r++) {
+    for (int r = 0; r < BLOCK_SIZE - PAIR_GAP; r++) {
         const unsigned char* row = block + static_cast<long long>(r) * w;
         const unsigned char* below = row + static_cast<long long>(PAIR_GAP) * w;
-        for (int c = 0; c < BLOCK; c++)
+        for (int c = 0; c < BLOCK_SIZE; c++)
             count += IsStep(row + c, below + c);
         if (count > ACCEPT_BOTH)
             return 1;

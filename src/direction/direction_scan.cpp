@@ -1,6 +1,7 @@
 // The direction map of a whole image: a sparse probe per 64 x 64 cell first,
 // then every block of the cells around a probe that found ridge texture.
 #include "direction/direction.h"
+#include "block_grid.h"
 
 #include <cassert>
 #include <cstring>
@@ -9,12 +10,11 @@
 
 namespace {
 
-constexpr int BLOCK = 16;
 constexpr int CELL = 64;
-constexpr int BLOCKS_PER_CELL = CELL / BLOCK;
+constexpr int BLOCKS_PER_CELL = CELL / BLOCK_SIZE;
 // The probe of a cell is the block that starts at the cell's centre.
 constexpr int PROBE_OFFSET = CELL / 2;
-constexpr int PROBE_BLOCK = PROBE_OFFSET / BLOCK;
+constexpr int PROBE_BLOCK = PROBE_OFFSET / BLOCK_SIZE;
 // A probe is tested while its cell start is at most the image size minus this.
 constexpr int PROBE_MARGIN = CELL + PROBE_OFFSET + 1;
 // The grid holds one mark per cell plus a border; cell (c, r) marks at (c + 1, r + 1).
@@ -25,15 +25,15 @@ constexpr int MARK_SPAN = 3;
 constexpr int PARTIAL_ROW_MIN = 8;
 // A block reaching the image edge is tested this far back from it, one pixel
 // more than a whole block.
-constexpr int EDGE_BACK = BLOCK + 1;
+constexpr int EDGE_BACK = BLOCK_SIZE + 1;
 
 } // namespace
 
 int Directions(unsigned char* img, int w, int h, signed char* map, int param)
 {
     assert(w >= 0 && h >= 0);
-    const int bw = w / BLOCK;
-    const int bh = (h + BLOCK - 1) / BLOCK;
+    const int bw = w / BLOCK_SIZE;
+    const int bh = (h + BLOCK_SIZE - 1) / BLOCK_SIZE;
     std::memset(map, 0, static_cast<size_t>(bw) * static_cast<size_t>(bh));
 
     const int gw = w / CELL + GRID_EXTRA;
@@ -60,23 +60,23 @@ int Directions(unsigned char* img, int w, int h, signed char* map, int param)
     // last row and column are tested shifted back from the edge but stored at
     // their own place.
     for (int R = 0; R < bh; R++) {
-        const int y = BLOCK * R + BLOCK >= h ? h - EDGE_BACK : BLOCK * R;
-        const unsigned char* marks = &grid[static_cast<size_t>(BLOCK * R / CELL + 1) * gw + 1];
+        const int y = BLOCK_SIZE * R + BLOCK_SIZE >= h ? h - EDGE_BACK : BLOCK_SIZE * R;
+        const unsigned char* marks = &grid[static_cast<size_t>(BLOCK_SIZE * R / CELL + 1) * gw + 1];
         signed char* row = map + static_cast<size_t>(R) * bw;
         for (int C = 0; C < bw; C++) {
-            if (marks[BLOCK * C / CELL] == 0 || row[C] > 0)
+            if (marks[BLOCK_SIZE * C / CELL] == 0 || row[C] > 0)
                 continue;
-            const int x = BLOCK * C + BLOCK >= w ? w - EDGE_BACK : BLOCK * C;
+            const int x = BLOCK_SIZE * C + BLOCK_SIZE >= w ? w - EDGE_BACK : BLOCK_SIZE * C;
             row[C] = static_cast<signed char>(BlockDrct(img, w, h, x, y, param));
         }
     }
 
     // A partial last row that is at least half a block tall is tested again
     // everywhere, marked or not, at unshifted columns.
-    if (h % BLOCK >= PARTIAL_ROW_MIN) {
+    if (h % BLOCK_SIZE >= PARTIAL_ROW_MIN) {
         signed char* row = map + static_cast<size_t>(bh - 1) * bw;
         for (int C = 0; C < bw; C++)
-            row[C] = static_cast<signed char>(BlockDrct(img, w, h, BLOCK * C, h - EDGE_BACK, param));
+            row[C] = static_cast<signed char>(BlockDrct(img, w, h, BLOCK_SIZE * C, h - EDGE_BACK, param));
     }
     return 1;
 }

@@ -2,6 +2,7 @@
 // a finger near upright, otherwise the box turned by bilinear interpolation into
 // a private buffer whose content is then placed in the finger buffer.
 #include "extract/extract.h"
+#include "block_grid.h"
 #include "trig/trig.h"
 
 #include <algorithm>
@@ -14,7 +15,6 @@
 
 namespace {
 
-constexpr int BLOCK = 16;             // pixels per side of a working-map block
 constexpr int UPRIGHT = 90;           // axis angle of an upright finger
 constexpr int UPRIGHT_TOLERANCE = 4;  // degrees off upright still cut as a plain window
 constexpr int STEEPEST_ANGLE = 134;   // fingers beyond it are turned by STEEP_TURN only
@@ -178,8 +178,8 @@ int GetRoatedFp(unsigned char* img, int w, int h, signed char* work, int count, 
                 signed char* labels, unsigned char bkGray, unsigned char** outBufs, int outW, int outH,
                 tagPOINT* centres)
 {
-    const int bw = w / BLOCK;
-    const int bh = (h + BLOCK - 1) / BLOCK;
+    const int bw = w / BLOCK_SIZE;
+    const int bh = (h + BLOCK_SIZE - 1) / BLOCK_SIZE;
     if (count < 1)
         return 1;
     for (int i = 0; i < count; i++) {
