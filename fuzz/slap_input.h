@@ -33,17 +33,17 @@ inline slapgen::Slap Read(FuzzBytes& in, split_harness::Request& r)
     r.outH = in.Range16(KOVRAL_MIN_HEIGHT, r.h);
     const uint32_t seed = in.U32();
 
-    slapgen::SlapSpec spec;
+    slapgen::SlapSpec plan;
     if (flags & 1) {
         const int tilt = in.Range8(-90, 90);
         const int gap = in.Range8(-1, 150);
-        spec = slapgen::FourFingerHand(r.w, r.h, tilt, flags & 8, seed, gap);
+        plan = slapgen::FourFingerHand(r.w, r.h, tilt, flags & 8, seed, gap);
     } else {
-        spec.width = r.w;
-        spec.height = r.h;
-        spec.seed = seed;
-        spec.fingers.resize(in.U8() % (MAX_FINGERS_DRAWN + 1));
-        for (slapgen::Finger& f : spec.fingers) {
+        plan.width = r.w;
+        plan.height = r.h;
+        plan.seed = seed;
+        plan.fingers.resize(in.U8() % (MAX_FINGERS_DRAWN + 1));
+        for (slapgen::Finger& f : plan.fingers) {
             f.cx = in.Range16(-OUTSIDE, r.w + OUTSIDE);
             f.cy = in.Range16(-OUTSIDE, r.h + OUTSIDE);
             f.angle = in.Range16(-180, 360);
@@ -52,16 +52,16 @@ inline slapgen::Slap Read(FuzzBytes& in, split_harness::Request& r)
             f.period = in.Range8(5, 16);
         }
     }
-    spec.background = in.Range8(150, 255);
-    spec.ridge = in.Range8(0, 160);
-    spec.valley = in.Range8(80, 255);
-    spec.noise = in.Range8(0, 40);
-    spec.smudge = flags & 2;
-    spec.phalanges = flags & 4;
-    spec.smudgeX = in.Range16(-1, r.w);
-    spec.smudgeY = in.Range16(-1, r.h);
+    plan.background = in.Range8(150, 255);
+    plan.ridge = in.Range8(0, 160);
+    plan.valley = in.Range8(80, 255);
+    plan.noise = in.Range8(0, 40);
+    plan.smudge = flags & 2;
+    plan.phalanges = flags & 4;
+    plan.smudgeX = in.Range16(-1, r.w);
+    plan.smudgeY = in.Range16(-1, r.h);
 
-    slapgen::Slap slap = slapgen::Generate(spec);
+    slapgen::Slap slap = slapgen::Generate(plan);
     FUZZ_CHECK(slap.width == r.w && slap.height == r.h);
     FUZZ_CHECK(slap.pixels.size() == static_cast<size_t>(r.w) * static_cast<size_t>(r.h));
     slap.pixels.shrink_to_fit();  // exactly w x h bytes, so that a read past them is seen
