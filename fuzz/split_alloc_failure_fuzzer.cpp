@@ -6,65 +6,31 @@
 // Input, in order (see fuzz_bytes.h): first failing allocation u16 (folded
 // into 0..127; a split makes a few dozen), flags u8 (bit 0: every later one
 // fails too), then a slap (slap_input.h).
+#include "failing_new/failing_new.h"
 #include "fuzz_bytes.h"
 #include "slap_input.h"
 #include "split_harness.h"
 
-#include <cstdlib>
-#include <new>
 
 namespace {
 
 constexpr int FAIL_AT_RANGE = 128;
 
-// Allocations left before the first failure; negative: none fails.
-long g_allocsLeft = -1;
-bool g_failAfter = false;
 // What the next armed split fails.
 long g_failAt = 0;
 bool g_failAtAndAfter = false;
 
 void Arm()
 {
-    g_failAfter = g_failAtAndAfter;
-    g_allocsLeft = g_failAt;
+    failing_new::Arm(g_failAt, g_failAtAndAfter);
 }
 
 void Disarm()
 {
-    g_allocsLeft = -1;
-}
-
-void* Allocate(std::size_t size)
-{
-    if (g_allocsLeft == 0) {
-        if (!g_failAfter)
-            g_allocsLeft = -1;
-        return nullptr;
-    }
-    if (g_allocsLeft > 0)
-        g_allocsLeft--;
-    return std::malloc(size == 0 ? 1 : size);
-}
-
-void* AllocateOrThrow(std::size_t size)
-{
-    void* p = Allocate(size);
-    if (p == nullptr)
-        throw std::bad_alloc();
-    return p;
+    failing_new::Disarm();
 }
 
 } // namespace
-
-void* operator new(std::size_t size) { return AllocateOrThrow(size); }
-void* operator new[](std::size_t size) { return AllocateOrThrow(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
