@@ -119,6 +119,9 @@ KOVRAL_API void KOVRAL_Uninit(void);
  * fingers (0..4). pInfo: an array of ten records, every one carrying a
  * buffer of outW x outH bytes; the first *pCount are filled, the others and
  * their buffers are not touched. The caller keeps ownership of everything.
+ * Only the first h rounded down to a multiple of 16 rows take part; when outH
+ * is larger than that, a finger within 4 degrees of upright cannot be copied
+ * as a window, and its buffer is cleaned and scored as the caller left it.
  *
  * @return KOVRAL_OK       split done (*pCount may be 0: no finger found)
  * @return KOVRAL_EINVAL   a null pointer, a size outside the limits above,
