@@ -33,12 +33,14 @@ struct Worker
     size_t task = kNoTask;
 };
 
-bool WriteAll(int fd, const void* data, size_t size)
+// Moves exactly size bytes with transfer (read or write), retrying after
+// signals and short transfers; false at end of file or on an error.
+template <typename Byte, typename Transfer>
+bool TransferAll(int fd, Byte* p, size_t size, Transfer transfer)
 {
-    const char* p = static_cast<const char*>(data);
     while (size > 0)
     {
-        ssize_t n = write(fd, p, size);
+        ssize_t n = transfer(fd, p, size);
         if (n < 0 && errno == EINTR)
             continue;
         if (n <= 0)
@@ -49,21 +51,14 @@ bool WriteAll(int fd, const void* data, size_t size)
     return true;
 }
 
-// Reads exactly size bytes; false at end of file or on an error.
+bool WriteAll(int fd, const void* data, size_t size)
+{
+    return TransferAll(fd, static_cast<const char*>(data), size, ::write);
+}
+
 bool ReadAll(int fd, void* data, size_t size)
 {
-    char* p = static_cast<char*>(data);
-    while (size > 0)
-    {
-        ssize_t n = read(fd, p, size);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return false;
-        p += n;
-        size -= static_cast<size_t>(n);
-    }
-    return true;
+    return TransferAll(fd, static_cast<char*>(data), size, ::read);
 }
 
 [[noreturn]] void WorkerMain(int taskFd, int resultFd, const TaskFunction& task)
