@@ -1,4 +1,4 @@
-// Library state, request checks, the split stages and the Win32-named shims.
+// Library state, request checks, the hand turn and the Win32-named shims.
 #ifndef KOVRAL_API_INTERNAL_H
 #define KOVRAL_API_INTERNAL_H
 
@@ -48,18 +48,6 @@ KOVRAL_API int SplitBegin(unsigned char* img, int w, int h, int outW, int outH, 
 // Gives the maps back (releasing them if KOVRAL_Uninit gave up waiting on
 // this split) and clears g_bBusy, last. Returns result.
 KOVRAL_API int SplitEnd(SplitMaps& maps, int result);
-
-// Widens boxes 0..n-1 by 16 pixels on every side, clamped to 2..w-3 and
-// 2..h16-3.
-KOVRAL_API void WidenFingerBoxes(tagRECT* boxes, int n, int w, int h16);
-
-// Cleans and scores fingers 0..n-1 in place: outside the finger area white,
-// levels above 240 to 255; then fills x, y, angle and quality of their
-// records, all after the last cleaning, so that a cleaning that throws
-// std::bad_alloc leaves every record as it was. scratch holds outW x outH
-// bytes.
-KOVRAL_API void FinishFingers(KOVRAL_INFO_* pInfo, int n, int outW, int outH, const tagPOINT* centres,
-                              const int* angles, unsigned char* scratch);
 
 // Turns the centres of in[0..count-1] about the lower-left image corner so
 // that their mean angle stands upright; writes x, y and angle of out[0..

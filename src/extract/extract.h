@@ -33,10 +33,8 @@ KOVRAL_API void GetCenter(signed char* work, int bw, int bh, int count, tagRECT*
 // when a pointer is null or dh <= 0.
 KOVRAL_API void CutImageBuf(unsigned char* dst, int dw, int dh, unsigned char* src, int x0, int y0, int sw, int sh);
 
-// Paints the size x size block at (x, y) of buf (row stride w) with value:
-// mode 0 whole, 1 lower-right half (j + k >= size), 2 lower-left (j < k),
-// 3 upper-left (j + k <= size - 1), 4 upper-right (j >= k). Nothing for
-// size <= 0 or another mode. The caller keeps the block inside buf.
-KOVRAL_API void SetBlockValue(signed char* buf, int w, int h, int x, int y, int size, signed char value, int mode);
+// Widens boxes 0..n-1 by 16 pixels on every side, clamped to 2..w-3 and
+// 2..h16-3.
+KOVRAL_API void WidenFingerBoxes(tagRECT* boxes, int n, int w, int h16);
 
 #endif

@@ -27,20 +27,12 @@ KOVRAL_API void FindTheFpGrad(const unsigned char* source, int width, int height
 // 200) and closeness of their mean gray to 100.
 KOVRAL_API int GetQuality(const unsigned char* image, int width, int height);
 
-// Writes into out ((width / 2) x (height / 2) bytes) the Sobel gradient of
-// the half-size image averaged over a (2 radius + 1) square window, capped at
-// 255. radius above 16 or below 0, or a width or height below 4: nothing is
-// written. Allocates work buffers (throws std::bad_alloc when it cannot).
-KOVRAL_API void getGrads(const unsigned char* image, int width, int height, unsigned char* out, int radius);
-
-// Sets blockWidth x blockHeight pixels from (x, y) of image (row stride
-// stride) to value. Nothing when either size is 0 or less.
-KOVRAL_API void ImgBlockSet(unsigned char* image, int x, int y, int blockWidth, int blockHeight, int stride,
-                            unsigned char value);
-
-// Sets to value every 2 x 2 block of the width x height image whose mask cell
-// is 255; mask has (width + 1) / 2 cells per row and (height + 1) / 2 rows.
-KOVRAL_API void DelUseless(unsigned char* image, int width, int height, const unsigned char* mask,
-                           unsigned char value);
+// Cleans and scores fingers 0..n-1 in place: outside the finger area white,
+// levels above 240 to 255; then fills x, y, angle and quality of their
+// records, all after the last cleaning, so that a cleaning that throws
+// std::bad_alloc leaves every record as it was. scratch holds outW x outH
+// bytes.
+KOVRAL_API void FinishFingers(KOVRAL_INFO_* pInfo, int n, int outW, int outH, const tagPOINT* centres,
+                              const int* angles, unsigned char* scratch);
 
 #endif

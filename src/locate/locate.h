@@ -37,12 +37,6 @@ KOVRAL_API void GetHVMinRect(signed char* map, int w, int h, signed char label, 
 // none): the horizontal extent less one; -w for an absent label.
 KOVRAL_API int GetRctXWidth(signed char* map, int w, int h, signed char label);
 
-// Writes into out (w x h bytes, distinct from map) the w x h map turned
-// counter-clockwise by angle degrees about cell (w / 2, h / 2), nearest cell.
-// label and rect are not used.
-KOVRAL_API void RoatedDrct(signed char* map, int w, int h, signed char label, tagRECT& rect, int angle,
-                           signed char* out);
-
 // Writes label's bounding box into *rect and, with bGetAngle, returns its axis
 // angle (0..179, 90 upright) from a search for the narrowest turn; without it,
 // or for a region one column wide, returns 90. Allocates two w x h work maps;
@@ -70,23 +64,5 @@ KOVRAL_API void RoatedHoleDrct(signed char* work, int bw, int bh, int theta, sig
 // (0..10); 0 also when the turned map cannot be allocated.
 KOVRAL_API int FindFpPos(signed char* map, int bw, int bh, signed char* work, tagRECT* boxes, int* angles,
                          signed char* labels);
-
-// Shrinks every region of the w x h map by one block, in place: a positive
-// block with a 4-neighbour of exactly 0 is cleared; decisions use the values
-// on entry, and any block holding 120 on entry is cleared too. In a map of
-// one or two columns only the corner blocks of the first and last row are
-// tested.
-KOVRAL_API void DrctSuojin(signed char* map, int w, int h);
-
-// Grows every region of the w x h map by one block, in place, from the
-// positive blocks of the interior rows and columns. Precedence for a block
-// between regions: lower, right, left, upper neighbour.
-KOVRAL_API void DrctKuozhan(signed char* map, int w, int h);
-
-// Fills exact-0 blocks inside rect (clamped in place to rows 1..h-3 and
-// columns 1..w-3 where it reaches the border) with the mean of the blocks to
-// the left and two to the right, else above and two below, when both are
-// positive. w and h are 16-bit.
-KOVRAL_API void DelDrctBlank(signed char* map, short w, short h, tagRECT& rect);
 
 #endif

@@ -1,4 +1,5 @@
 // Window copy out of a gray image and block painting of a signed byte map.
+#include "compat/compat.h"
 #include "extract/extract.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 // The angle search measures each trial turn without building the turned map.
 // Here it must agree, bit for bit, with the plain search: RoatedDrct on the
 // region's centred map and GetRctXWidth of the result, on random maps.
+#include "compat/compat.h"
 #include "locate/locate.h"
 
 #include <gtest/gtest.h>

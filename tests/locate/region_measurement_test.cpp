@@ -1,3 +1,4 @@
+#include "compat/compat.h"
 #include "locate/locate.h"
 
 #include "block_map_text.h"

@@ -1,5 +1,5 @@
 // Gradient image: Sobel magnitude of the half-size image, box-averaged.
-#include "gray/gray.h"
+#include "compat/compat.h"
 
 #include <algorithm>
 #include <cassert>

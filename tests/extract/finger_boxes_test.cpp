@@ -1,5 +1,5 @@
 // Widening of finger boxes: one block on every side, clamped near the border.
-#include "api/api.h"
+#include "extract/extract.h"
 
 #include <gtest/gtest.h>
 

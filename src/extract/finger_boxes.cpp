@@ -1,5 +1,5 @@
 // Widening of the located finger boxes before extraction.
-#include "api/api.h"
+#include "extract/extract.h"
 #include "block_grid.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // Painting of a square block, whole or one triangular half.
-#include "extract/extract.h"
+#include "compat/compat.h"
 
 #include <cstddef>
 #include <cstring>

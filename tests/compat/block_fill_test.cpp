@@ -1,5 +1,5 @@
 // Rectangle fill and masked 2 x 2 block fill, on images of '.' filled with '#'.
-#include "gray/gray.h"
+#include "compat/compat.h"
 
 #include <gtest/gtest.h>
 

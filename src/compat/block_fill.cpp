@@ -1,6 +1,6 @@
 // Fills of an image with one gray level: a rectangle, or the 2 x 2 blocks
 // that a half-resolution mask marks.
-#include "gray/gray.h"
+#include "compat/compat.h"
 
 #include <cstring>
 

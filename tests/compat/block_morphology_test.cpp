@@ -1,6 +1,6 @@
-#include "locate/locate.h"
+#include "compat/compat.h"
 
-#include "block_map_text.h"
+#include "locate/block_map_text.h"
 
 #include <gtest/gtest.h>
 

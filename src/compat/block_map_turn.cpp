@@ -1,6 +1,6 @@
 // Nearest-cell turn of a block map about its centre cell, into a map of the
 // same size.
-#include "locate/locate.h"
+#include "compat/compat.h"
 #include "trig/trig.h"
 
 #include <cassert>

@@ -1,5 +1,5 @@
 // Shrink, grow and blank fill of the regions of a block map, in place.
-#include "locate/locate.h"
+#include "compat/compat.h"
 
 #include <cassert>
 

@@ -1,11 +1,9 @@
 // The last step of a split for each finger: whiten its surroundings, score
 // it and fill its record.
-#include "api/api.h"
+#include "gray/gray.h"
 
 #include <cstddef>
 #include <cstring>
-
-#include "gray/gray.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Gradient image: the half image, Sobel with repeated edges, the clipped box
 // average, the cap and the rejected arguments.
-#include "gray/gray.h"
+#include "compat/compat.h"
 
 #include <gtest/gtest.h>
 
