@@ -170,6 +170,31 @@ KOVRAL_API int KOVRAL_JudegeFingers(int count, KOVRAL_INFO_* pInfo);
  */
 KOVRAL_API int KOVRAL_SaveToBmp(unsigned char* img, int w, int h, const char* path);
 
+/*
+ * Corners, in source pixels, of the region that a split cut out for a finger
+ * it reported at centre (x, y) with this angle, from an image_width x
+ * image_height slap into finger_width x finger_height buffers; written in
+ * the order top left, top right, bottom left, bottom right, top being the
+ * fingertip end. Computed by the same geometry as the cut: a finger within 4
+ * degrees of upright, or a buffer as wide as the image or as high as its
+ * rows used (image_height rounded down to a multiple of 16), was copied as
+ * a plain window, and the corners are that window exactly (right and bottom
+ * one past the last pixel; a window larger than the rows used was not
+ * copied). Any other finger was turned upright: the corners are those of
+ * the finger buffer about the centre, turned back by the angle of the cut
+ * (fingers above 134 degrees are turned by 45 only); the cut places the
+ * finger's content within its buffer, so the true region may lie a few
+ * pixels off. Needs no library state; any thread, any time.
+ *
+ * @return KOVRAL_OK     corners written
+ * @return KOVRAL_EINVAL corners is null, the sizes are not those of a valid
+ *                       split request (KOVRAL_DoSplit), or the centre lies
+ *                       outside the image; nothing written
+ */
+KOVRAL_API int32_t kovral_finger_corners(int32_t image_width, int32_t image_height, int32_t finger_width,
+                                         int32_t finger_height, int32_t x, int32_t y, int32_t angle,
+                                         tagPOINT corners[4]);
+
 #ifdef __cplusplus
 }
 #endif

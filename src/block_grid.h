@@ -7,4 +7,10 @@
 constexpr int BLOCK_SIZE = 16;
 constexpr int BLOCK_SHIFT = 4; // pixels >> BLOCK_SHIFT = blocks
 
+// The rows of an image of height h that a split uses: whole block rows only.
+constexpr int WholeBlockRows(int h)
+{
+    return h & ~(BLOCK_SIZE - 1);
+}
+
 #endif

@@ -1,5 +1,7 @@
 #include "overlay_drawing.h"
 
+#include <kovral.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -19,11 +21,6 @@ constexpr Rgb kWhite{255, 255, 255};
 constexpr Rgb kBlack{0, 0, 0};
 constexpr double kPi = 3.14159265358979323846;
 
-// Fingers within this many degrees of upright are cut as a plain window; the
-// turn of any finger is at most this angle to the left.
-constexpr int kUprightTolerance = 4;
-constexpr int kMaxAngle = 134;
-constexpr int kBlockRows = 16;
 constexpr double kLineWidth = 2.0;
 constexpr double kCentreRadius = 4.0;
 constexpr double kAxisReach = 0.4;        // of the finger height, each way from the centre
@@ -138,35 +135,16 @@ RgbImage Reduce(const GrayImage& slap)
     return out;
 }
 
-// Left or top edge of a plain window of size n about c in an image of size limit.
-int WindowStart(int c, int n, int limit)
-{
-    int start = c - n / 2;
-    if (start < 0)
-        return 0;
-    if (start >= limit - n)
-        start = limit - n - 1;
-    return std::max(start, 0);
-}
-
-// Corners of the finger's box in slap pixels, clockwise from the top left.
+// Corners of the finger's box in slap pixels, clockwise from the top left, as
+// the library computes the region it cut out.
 std::array<Point, 4> FingerBox(const FingerMark& finger, const GrayImage& slap, int fingerW, int fingerH)
 {
-    int rows = slap.height / kBlockRows * kBlockRows;   // the split sees whole block rows only
-    bool plain = (finger.angle <= kMaxAngle && std::abs(finger.angle - 90) <= kUprightTolerance)
-                 || fingerW == slap.width || fingerH == slap.height;
-    if (plain)
-    {
-        double x0 = WindowStart(finger.x, fingerW, slap.width), y0 = WindowStart(finger.y, fingerH, rows);
-        return {{{x0, y0}, {x0 + fingerW, y0}, {x0 + fingerW, y0 + fingerH}, {x0, y0 + fingerH}}};
-    }
-    double a = std::min(finger.angle, kMaxAngle + 1) * kPi / 180;
-    Point up{std::cos(a), -std::sin(a)}, right{std::sin(a), std::cos(a)};
-    double hw = fingerW / 2.0, hh = fingerH / 2.0;
-    auto corner = [&](double sx, double sy) {
-        return Point{finger.x + right.x * hw * sx + up.x * hh * sy, finger.y + right.y * hw * sx + up.y * hh * sy};
-    };
-    return {corner(-1, 1), corner(1, 1), corner(1, -1), corner(-1, -1)};
+    tagPOINT c[4] = {};
+    if (kovral_finger_corners(slap.width, slap.height, fingerW, fingerH, finger.x, finger.y, finger.angle, c)
+        != KOVRAL_OK)
+        return {};
+    auto point = [](tagPOINT p) { return Point{static_cast<double>(p.x), static_cast<double>(p.y)}; };
+    return {point(c[0]), point(c[1]), point(c[3]), point(c[2])};
 }
 
 } // namespace

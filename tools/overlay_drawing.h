@@ -27,10 +27,10 @@ struct FingerMark
     int position = 1;   // 1.. left to right
 };
 
-// The box is where the finger image came from: a fingerW x fingerH window
-// for a finger cut without turning (within 4 degrees of upright), otherwise a
-// box of that size about the centre, turned as the finger was turned upright.
-// The axis points to the fingertip.
+// The box is where the finger image came from, as kovral_finger_corners
+// gives it: a fingerW x fingerH window for a finger cut without turning,
+// otherwise a box of that size about the centre, turned as the finger was
+// turned upright. The axis points to the fingertip.
 RgbImage DrawOverlay(const GrayImage& slap, const std::vector<FingerMark>& fingers, int fingerW, int fingerH);
 
 } // namespace kovral_split

@@ -1,6 +1,7 @@
 // Hand layout of a four-finger split: the finger centres turned so that the
 // mean angle stands upright, then the highest and the lowest compared.
 #include "api/api.h"
+#include "geometry/geometry.h"
 
 #include <cmath>
 #include <cstdint>
@@ -9,9 +10,6 @@
 namespace {
 
 constexpr int DEFAULT_IMAGE_HEIGHT = 1500;
-constexpr int UPRIGHT = 90;
-constexpr double PI = 3.141592653589793;
-constexpr double HALF_TURN = 180.0;
 constexpr int JUDGED_COUNT = 4;
 
 // 32-bit int arithmetic that wraps instead of overflowing.
@@ -50,7 +48,7 @@ void RoatedFingers(int count, KOVRAL_INFO_* in, KOVRAL_INFO_* out)
         const double X = in[i].x;
         const double Y = Sub32(H, in[i].y);
         const double theta = std::atan2(Y, X);
-        const double phi = (PI * d) / HALF_TURN + theta;
+        const double phi = (PI * d) / static_cast<double>(HALF_TURN) + theta;
         // r x cos(phi) and r x sin(phi), with r taken as X / cos(theta) and
         // Y / sin(theta); on the corner's own column or row that divisor is
         // 0, so r is the distance itself there.

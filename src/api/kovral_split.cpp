@@ -18,7 +18,6 @@ namespace {
 constexpr int MAX_FINGERS = 4;
 // Passed through to every block test; it has no effect on the result.
 constexpr int BLOCK_TEST_PARAM = 2;
-constexpr int BLOCK_ROUND_DOWN = ~(BLOCK_SIZE - 1);
 
 // The working arrays of one split, one entry per candidate.
 struct SplitArrays
@@ -35,7 +34,7 @@ struct SplitArrays
 int RunSplit(unsigned char* img, int w, int h, int outW, int outH, int* pCount, KOVRAL_INFO_* pInfo,
              const SplitMaps& maps)
 {
-    const int h16 = h & BLOCK_ROUND_DOWN;
+    const int h16 = WholeBlockRows(h);
     SplitArrays a;
 
     // Location pass.

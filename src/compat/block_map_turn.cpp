@@ -1,7 +1,7 @@
 // Nearest-cell turn of a block map about its centre cell, into a map of the
 // same size.
 #include "compat/compat.h"
-#include "trig/trig.h"
+#include "geometry/geometry.h"
 
 #include <cassert>
 #include <cstddef>
@@ -19,15 +19,13 @@ void RoatedDrct(signed char* map, int w, int h, signed char /*label*/, tagRECT& 
     std::memset(out, 0, cells);
     const int cx = w / 2;
     const int cy = h / 2;
-    const int c = cosdn(-angle);
-    const int s = sindn(-angle);
+    const FixedTurn t = FixedTurnOf(-angle);
     for (int row = 0; row < h; row++) {
         const int y = cy - row; // grows upward
         for (int col = 0; col < w; col++) {
             const int x = col - cx;
-            // Arithmetic shifts: the source cell is rounded toward minus infinity.
-            const int sx = cx + ((c * x - s * y) >> FIXED_SHIFT);
-            const int sy = cy - ((s * x + c * y) >> FIXED_SHIFT);
+            const int sx = TurnedColumn(t, cx, x, y);
+            const int sy = TurnedRow(t, cy, x, y);
             if (sx >= 0 && sx < w && sy >= 0 && sy < h)
                 out[row * w + col] = map[sy * w + sx];
         }

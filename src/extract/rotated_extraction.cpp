@@ -3,7 +3,7 @@
 // a private buffer whose content is then placed in the finger buffer.
 #include "extract/extract.h"
 #include "block_grid.h"
-#include "trig/trig.h"
+#include "geometry/geometry.h"
 
 #include <algorithm>
 #include <cassert>
@@ -15,11 +15,6 @@
 
 namespace {
 
-constexpr int UPRIGHT = 90;           // axis angle of an upright finger
-constexpr int UPRIGHT_TOLERANCE = 4;  // degrees off upright still cut as a plain window
-constexpr int STEEPEST_ANGLE = 134;   // fingers beyond it are turned by STEEP_TURN only
-constexpr int STEEP_TURN = 45;
-constexpr int TURN_MARGIN = 4;        // added to each turned extent
 constexpr int WIDTH_ALIGN = 4;        // the turned buffer's width is a multiple of this
 constexpr int LATTICE = 16;           // the content search tests every 16th row or column
 constexpr int MIN_CONTENT_TOP = 4;    // content is never copied from above this row
@@ -30,26 +25,7 @@ std::size_t Area(int w, int h)
     return static_cast<std::size_t>(w) * static_cast<std::size_t>(h);
 }
 
-// Start of an n-long window centred on c in a length of size. A window that
-// would reach the end starts one position before the last that fits.
-int WindowStart(int c, int n, int size)
-{
-    int start = c - n / 2;
-    if (start < 0)
-        return 0;
-    if (start >= size - n) {
-        start = size - n - 1;
-        if (start < 0)
-            start = 0;
-    }
-    return start;
-}
-
-struct Turn
-{
-    int c; // cosine and sine of the turn, scaled by FIXED_ONE
-    int s;
-};
+using Turn = FixedTurn;
 
 struct TurnedBuffer
 {
@@ -190,15 +166,14 @@ int GetRoatedFp(unsigned char* img, int w, int h, signed char* work, int count, 
     GetCenter(work, bw, bh, count, boxes, angles, labels, outW, outH, centres);
 
     for (int i = 0; i < count; i++) {
-        const int r = angles[i] > STEEPEST_ANGLE ? STEEP_TURN : angles[i] - UPRIGHT;
-        if (std::abs(r) <= UPRIGHT_TOLERANCE || w == outW || h == outH) {
+        if (CutAsWindow(angles[i], w, h, outW, outH)) {
             // A window that leaves the image copies nothing: the buffer keeps its content.
             const int x0 = WindowStart(centres[i].x, outW, w);
             const int y0 = WindowStart(centres[i].y, outH, h);
             CutImageBuf(outBufs[i], outW, outH, img, x0, y0, w, h);
             continue;
         }
-        const Turn t{cosdn(r), sindn(r)};
+        const Turn t = FixedTurnOf(CutTurn(angles[i]));
         TurnedBuffer turned = AllocateTurned(boxes[i], t, outW, outH, bkGray);
         if (!turned.cells)
             return 0;

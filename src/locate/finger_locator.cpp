@@ -2,6 +2,7 @@
 // map upright on average, drop and order the regions, emit up to ten.
 #include "locate/locate.h"
 #include "block_grid.h"
+#include "geometry/geometry.h"
 
 #include <algorithm>
 #include <cassert>
@@ -17,7 +18,6 @@ constexpr int MAX_SLOTS = 40;
 constexpr int MAX_CANDIDATES = 10;
 // Regions whose angles make the common turn.
 constexpr int MEAN_REGIONS = 4;
-constexpr int UPRIGHT = 90;
 // A region taller than this many pixels is cut.
 constexpr int LONG_REGION_PIXELS = 600;
 // A region must be wider than this many pixels to become a candidate.

@@ -1,6 +1,6 @@
 // Bounding box, horizontal extent and axis angle of one labelled region.
 #include "locate/locate.h"
-#include "trig/trig.h"
+#include "geometry/geometry.h"
 
 #include <algorithm>
 #include <cassert>
@@ -11,8 +11,6 @@
 
 namespace {
 
-// Upright axis angle, the answer when no search is made.
-constexpr int UPRIGHT = 90;
 // The search turns the region by 0, 3, ..., 177 degrees.
 constexpr int TURN_STEP = 3;
 constexpr int LAST_TURN = 177;
@@ -63,7 +61,7 @@ void CentreOn(const signed char* map, int w, int h, long long mx, long long my, 
 // Cells around the forward-turned box of a region that may sample it: the
 // turn's floor rounding moves a sample by less than one cell, the fixed-point
 // sine and cosine by far less than another.
-constexpr int TURN_MARGIN = 2;
+constexpr int SAMPLE_MARGIN = 2;
 
 // GetRctXWidth of the map that RoatedDrct would turn by t, without building
 // it: only the output cells near the forward-turned box of the label's cells
@@ -73,22 +71,21 @@ int TurnedXWidth(const signed char* map, int w, int h, signed char label, int t,
 {
     const int cx = w / 2;
     const int cy = h / 2;
-    const int c = cosdn(-t);
-    const int s = sindn(-t);
+    const FixedTurn turn = FixedTurnOf(-t);
     // Output position (x, y) of source corner (X, Y): the inverse of the
     // sampling rotation, with y growing upward.
     double xMin = w, xMax = -w, yMin = h, yMax = -h;
     for (int X : {box.left - cx, box.right + 1 - cx})
         for (int Y : {cy - box.top + 1, cy - box.bottom - 1}) {
-            const double x = (c * X + s * Y) / double(FIXED_ONE);
-            const double y = (c * Y - s * X) / double(FIXED_ONE);
+            const double x = ForwardX(turn, X, Y) / double(FIXED_ONE);
+            const double y = ForwardY(turn, X, Y) / double(FIXED_ONE);
             xMin = std::min(xMin, x), xMax = std::max(xMax, x);
             yMin = std::min(yMin, y), yMax = std::max(yMax, y);
         }
-    const int col0 = std::max(0, static_cast<int>(std::floor(xMin)) + cx - TURN_MARGIN);
-    const int col1 = std::min(w - 1, static_cast<int>(std::ceil(xMax)) + cx + TURN_MARGIN);
-    const int row0 = std::max(0, cy - static_cast<int>(std::ceil(yMax)) - TURN_MARGIN);
-    const int row1 = std::min(h - 1, cy - static_cast<int>(std::floor(yMin)) + TURN_MARGIN);
+    const int col0 = std::max(0, static_cast<int>(std::floor(xMin)) + cx - SAMPLE_MARGIN);
+    const int col1 = std::min(w - 1, static_cast<int>(std::ceil(xMax)) + cx + SAMPLE_MARGIN);
+    const int row0 = std::max(0, cy - static_cast<int>(std::ceil(yMax)) - SAMPLE_MARGIN);
+    const int row1 = std::min(h - 1, cy - static_cast<int>(std::floor(yMin)) + SAMPLE_MARGIN);
 
     int first = w;
     int last = 0; // column 0 never counts as the last column
@@ -96,8 +93,8 @@ int TurnedXWidth(const signed char* map, int w, int h, signed char label, int t,
         const int y = cy - row;
         for (int col = col0; col <= col1; col++) {
             const int x = col - cx;
-            const int sx = cx + ((c * x - s * y) >> FIXED_SHIFT);
-            const int sy = cy - ((s * x + c * y) >> FIXED_SHIFT);
+            const int sx = TurnedColumn(turn, cx, x, y);
+            const int sy = TurnedRow(turn, cy, x, y);
             if (sx >= 0 && sx < w && sy >= 0 && sy < h && map[sy * w + sx] == label) {
                 first = std::min(first, col);
                 last = std::max(last, col);

@@ -6,9 +6,7 @@
 namespace {
 
 constexpr int TABLE_SIZE = 180;
-constexpr int HALF_TURN = 180;
 constexpr int FULL_TURN = 360;
-constexpr double PI = 3.141592653589793;
 
 float g_fSinTab[TABLE_SIZE];
 float g_fCosTab[TABLE_SIZE];

@@ -4,6 +4,9 @@
 
 #include <kovral.h>
 
+constexpr double PI = 3.141592653589793;
+constexpr int HALF_TURN = 180; // degrees
+
 // Fixed-point scale of sindn/cosdn: a product with a coordinate comes back to
 // coordinate units with an arithmetic shift right by FIXED_SHIFT, which rounds
 // toward minus infinity.
