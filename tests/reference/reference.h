@@ -1,0 +1,21 @@
+// The straightforward versions of the stages that the library runs in a faster
+// form, kept as they were before any speed work: the equivalence tests compare
+// the library's output with theirs, byte for byte, on many inputs. Same
+// arguments and results as the library functions of the same names.
+#ifndef KOVRAL_TESTS_REFERENCE_H
+#define KOVRAL_TESTS_REFERENCE_H
+
+#include <kovral.h>
+
+namespace reference {
+
+unsigned char BlockDrct1(const unsigned char* img, int w, int h, int x, int y);
+int GetQuality(const unsigned char* image, int width, int height);
+void FindTheFpGrad(const unsigned char* source, int width, int height, unsigned char* destination);
+int GetRoatedFp(unsigned char* img, int w, int h, signed char* work, int count, tagRECT* boxes, int* angles,
+                signed char* labels, unsigned char bkGray, unsigned char** outBufs, int outW, int outH,
+                tagPOINT* centres);
+
+} // namespace reference
+
+#endif
