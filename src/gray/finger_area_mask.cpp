@@ -6,7 +6,9 @@
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
+#include <climits>
 #include <cstring>
+#include <emmintrin.h>
 #include <memory>
 
 namespace {
@@ -61,16 +63,76 @@ private:
     int threshold_;
 };
 
-int DarkThreshold(const unsigned char* image, std::size_t pixels)
+// The probe counts at every position the band scans can probe: rows and
+// columns that are multiples of BAND, from BAND on, computed all at once.
+// Counting a whole row of windows at a time costs a fraction of probing them
+// one by one.
+class ProbeGrid
 {
-    std::uint64_t count = 0;
-    std::uint64_t sum = 0;
-    for (std::size_t p = 0; p < pixels; p++) {
-        if (image[p] < DARK_CANDIDATE) {
-            count++;
-            sum += image[p];
+public:
+    ProbeGrid(const unsigned char* image, int width, int height, int threshold)
+        : columns_(width / BAND), counts_(std::make_unique<unsigned char[]>(Cells(width, height)))
+    {
+        const int rows = height / BAND;
+        // Dark pixels per column over the window's rows, stored from
+        // PROBE_RADIUS on with zeros around, so that the window sums of every
+        // column are plain vector loads.
+        const std::size_t padded = static_cast<std::size_t>(width) + 2 * PROBE_RADIUS + VECTOR;
+        auto columnDark = std::make_unique<unsigned char[]>(padded);
+        auto windowDark = std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(width) + VECTOR);
+        const __m128i highest = _mm_set1_epi8(static_cast<char>(threshold - 1));
+        const __m128i one = _mm_set1_epi8(1);
+        for (int b = 1; b < rows; b++) {
+            const unsigned char* top = image + static_cast<std::size_t>(BAND * b - PROBE_RADIUS) * width;
+            unsigned char* dark = columnDark.get() + PROBE_RADIUS;
+            int c = 0;
+            for (; c + VECTOR <= width; c += VECTOR) {
+                __m128i n = _mm_setzero_si128();
+                for (int y = 0; y <= 2 * PROBE_RADIUS; y++) {
+                    const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(top + y * width + c));
+                    n = _mm_add_epi8(n, _mm_and_si128(_mm_cmpeq_epi8(_mm_min_epu8(x, highest), x), one));
+                }
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(dark + c), n);
+            }
+            for (; c < width; c++) {
+                int n = 0;
+                for (int y = 0; y <= 2 * PROBE_RADIUS; y++)
+                    n += top[y * width + c] < threshold;
+                dark[c] = static_cast<unsigned char>(n);
+            }
+            // windowDark[c]: the window centred on column c.
+            for (c = 0; c < width; c += VECTOR) {
+                __m128i n = _mm_setzero_si128();
+                for (int x = 0; x <= 2 * PROBE_RADIUS; x++)
+                    n = _mm_add_epi8(n, _mm_loadu_si128(reinterpret_cast<const __m128i*>(columnDark.get() + c + x)));
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(windowDark.get() + c), n);
+            }
+            unsigned char* counts = counts_.get() + static_cast<std::size_t>(b) * columns_;
+            for (int a = 1; a < columns_; a++)
+                counts[a] = windowDark[BAND * a];
         }
     }
+
+    // Probe count at column BAND * a, row BAND * b (a, b >= 1).
+    int DarkCount(int a, int b) const { return counts_[static_cast<std::size_t>(b) * columns_ + a]; }
+
+private:
+    static constexpr int VECTOR = 16;
+
+    static std::size_t Cells(int width, int height)
+    {
+        return static_cast<std::size_t>(width / BAND) * static_cast<std::size_t>(height / BAND);
+    }
+
+    int columns_;
+    std::unique_ptr<unsigned char[]> counts_;
+};
+
+int DarkThreshold(const unsigned char* image, std::size_t pixels)
+{
+    const DarkSums dark = SumBelow(image, pixels, DARK_CANDIDATE);
+    const std::uint64_t count = dark.count;
+    const std::uint64_t sum = dark.sum;
     if (count == 0)
         return DARK_CANDIDATE;
     const int mean = static_cast<int>(sum / count);
@@ -118,6 +180,52 @@ void MergeBands(const int* bands, int bandCount, int lowStart, int highStart, in
     }
 }
 
+// Writes destination: the source pixels strictly inside columns leftmost ..
+// rightmost and strictly inside their column's (top, bottom) reach, 255
+// elsewhere. Row by row, eight columns to a vector: the reach is held in 16
+// bits, so taller images take the pixel by pixel way.
+void KeepInside(const unsigned char* source, int width, int height, int leftmost, int rightmost, const int* reach,
+                unsigned char* destination)
+{
+    constexpr int VECTOR = 16;
+    const bool narrowReach = height < INT16_MAX;
+    // Columns outside the span get a reach that no row is inside.
+    auto top = std::make_unique_for_overwrite<std::int16_t[]>(static_cast<std::size_t>(width) + VECTOR);
+    auto bottom = std::make_unique_for_overwrite<std::int16_t[]>(static_cast<std::size_t>(width) + VECTOR);
+    for (int c = 0; c < width; c++) {
+        const bool inSpan = leftmost < c && c < rightmost && narrowReach;
+        top[c] = inSpan ? static_cast<std::int16_t>(reach[2 * c]) : INT16_MAX;
+        bottom[c] = inSpan ? static_cast<std::int16_t>(reach[2 * c + 1]) : INT16_MIN;
+    }
+    const __m128i ones = _mm_set1_epi8(-1);
+    for (int r = 0; r < height; r++) {
+        const std::size_t rowStart = static_cast<std::size_t>(r) * static_cast<std::size_t>(width);
+        const unsigned char* from = source + rowStart;
+        unsigned char* to = destination + rowStart;
+        int c = 0;
+        if (narrowReach) {
+            const __m128i row = _mm_set1_epi16(static_cast<short>(r));
+            for (; c + VECTOR <= width; c += VECTOR) {
+                const auto inside = [&](int k) {
+                    const __m128i t = _mm_loadu_si128(reinterpret_cast<const __m128i*>(&top[c + k]));
+                    const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(&bottom[c + k]));
+                    return _mm_and_si128(_mm_cmpgt_epi16(row, t), _mm_cmpgt_epi16(b, row));
+                };
+                const __m128i keep = _mm_packs_epi16(inside(0), inside(VECTOR / 2));
+                const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + c));
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(to + c), _mm_or_si128(x, _mm_andnot_si128(keep, ones)));
+            }
+            for (; c < width; c++)
+                to[c] = top[c] < r && r < bottom[c] ? from[c] : WHITE;
+            continue;
+        }
+        for (; c < width; c++) {
+            const bool keep = leftmost < c && c < rightmost && reach[2 * c] < r && r < reach[2 * c + 1];
+            to[c] = keep ? from[c] : WHITE;
+        }
+    }
+}
+
 } // namespace
 
 void FindTheFpGrad(const unsigned char* source, int width, int height, unsigned char* destination)
@@ -144,8 +252,8 @@ void FindTheFpGrad(const unsigned char* source, int width, int height, unsigned 
         columnReach[2 * c + 1] = 0;
     }
 
-    std::memset(destination, WHITE, pixels);
-    const Probe probe(source, width, DarkThreshold(source, pixels));
+    const int threshold = DarkThreshold(source, pixels);
+    const Probe probe(source, width, threshold);
 
     // Centre column: the nearest hit on the middle row, the right side tried
     // first at every distance.
@@ -163,6 +271,8 @@ void FindTheFpGrad(const unsigned char* source, int width, int height, unsigned 
         }
     }
 
+    const ProbeGrid grid(source, width, height, threshold);
+
     // Row bands: sideways from the centre column. Column and row 0 are never
     // probed; band 0 copies band 1.
     const int rowBandCount = height / BAND;
@@ -171,7 +281,7 @@ void FindTheFpGrad(const unsigned char* source, int width, int height, unsigned 
     const int lastProbeRow = BAND * rowBandCount - BAND;
     const int firstColumn = centre / BAND * BAND;
     for (int j = 1; j < rowBandCount; j++) {
-        const auto isHit = [&](int c) { return probe.DarkCount(c, BAND * j) > BAND_HIT; };
+        const auto isHit = [&](int c) { return grid.DarkCount(c / BAND, j) > BAND_HIT; };
         rowBands[2 * j] = Scan(firstColumn, -BAND, BAND, SIDE_MISSES, centre, isHit);
         rowBands[2 * j + 1] = Scan(firstColumn, BAND, lastProbeColumn, SIDE_MISSES, centre, isHit);
     }
@@ -182,7 +292,7 @@ void FindTheFpGrad(const unsigned char* source, int width, int height, unsigned 
     // tolerates a far longer gap than the upward one.
     const int firstRow = height / 2 / BAND * BAND;
     for (int i = 1; i < columnBandCount; i++) {
-        const auto isHit = [&](int r) { return probe.DarkCount(BAND * i, r) > BAND_HIT; };
+        const auto isHit = [&](int r) { return grid.DarkCount(i, r / BAND) > BAND_HIT; };
         columnBands[2 * i] = Scan(firstRow, -BAND, BAND, UP_MISSES, height / 2, isHit);
         columnBands[2 * i + 1] = Scan(firstRow, BAND, lastProbeRow, DOWN_MISSES, height / 2, isHit);
     }
@@ -201,12 +311,5 @@ void FindTheFpGrad(const unsigned char* source, int width, int height, unsigned 
         rightmost = std::max(rightmost, rowReach[2 * r + 1]);
     }
 
-    // Keep the pixels strictly inside the span and their column's reach.
-    for (int r = 0; r < height; r++) {
-        const std::size_t rowStart = static_cast<std::size_t>(r) * static_cast<std::size_t>(width);
-        for (int c = leftmost + 1; c < rightmost; c++) {
-            if (columnReach[2 * c] < r && r < columnReach[2 * c + 1])
-                destination[rowStart + c] = source[rowStart + c];
-        }
-    }
+    KeepInside(source, width, height, leftmost, rightmost, columnReach.get(), destination);
 }

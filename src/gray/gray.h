@@ -4,6 +4,9 @@
 
 #include <kovral.h>
 
+#include <cstddef>
+#include <cstdint>
+
 // Background gray of the width x height image from nine 32 x 32 samples
 // inset 16 pixels: the mean of the two highest window estimates. Returns
 // 0..255, or 0 when width or height is below 200. Reads at most 9216 pixels.
@@ -18,8 +21,8 @@ KOVRAL_API int GetBkGray1(const unsigned char* image, int width, int height, int
                           int windowHeight);
 
 // Writes into destination (width x height bytes, distinct from source) a copy
-// of source whose pixels outside the finger area are 255. Allocates four
-// small work arrays (throws std::bad_alloc when it cannot). Images below
+// of source whose pixels outside the finger area are 255. Allocates small
+// work arrays (throws std::bad_alloc when it cannot). Images below
 // 6 x 6 come out all 255.
 KOVRAL_API void FindTheFpGrad(const unsigned char* source, int width, int height, unsigned char* destination);
 
@@ -34,5 +37,13 @@ KOVRAL_API int GetQuality(const unsigned char* image, int width, int height);
 // bytes.
 KOVRAL_API void FinishFingers(KOVRAL_INFO_* pInfo, int n, int outW, int outH, const tagPOINT* centres,
                               const int* angles, unsigned char* scratch);
+
+// Number and sum of the pixels of image[0..pixels) below level.
+struct DarkSums
+{
+    std::uint64_t count;
+    std::uint64_t sum;
+};
+DarkSums SumBelow(const unsigned char* image, std::size_t pixels, int level);
 
 #endif

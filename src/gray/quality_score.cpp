@@ -29,19 +29,13 @@ int GetQuality(const unsigned char* image, int width, int height)
     if (height == 0)
         return 0;
 
-    uint64_t count = 0;
-    uint64_t sum = 0;
     const uint64_t total = static_cast<uint64_t>(width) * static_cast<uint64_t>(height);
-    for (uint64_t i = 0; i < total; i++)
-        if (image[i] < FINGER_LEVEL) {
-            count++;
-            sum += image[i];
-        }
-    const double n = static_cast<double>(count);
+    const DarkSums finger = SumBelow(image, total, FINGER_LEVEL);
+    const double n = static_cast<double>(finger.count);
     if (n <= MIN_AREA)
         return 0;
 
-    const int mean = static_cast<int>(static_cast<double>(sum) / n);
+    const int mean = static_cast<int>(static_cast<double>(finger.sum) / n);
     const int closeness = IDEAL_GRAY - std::abs(mean - IDEAL_GRAY);
     // Double precision in this order: at whole numbers the area term can land
     // just below the exact value (92800 pixels give 28.999..., not 29).
