@@ -72,8 +72,14 @@ void KeepWhereWithin(long long a, long long d, long long lo, long long hi, int& 
         from = -FloorDiv(hi - 1 - a, -d); // ceil((a - hi + 1) / -d)
         to = FloorDiv(a - lo, -d);
     }
-    first = static_cast<int>(std::max<long long>(first, from));
-    end = static_cast<int>(std::min<long long>(end, to + 1));
+    const long long kept0 = std::max<long long>(first, from);
+    const long long kept1 = std::min<long long>(end, to + 1);
+    if (kept0 >= kept1) {
+        end = first;
+        return;
+    }
+    first = static_cast<int>(kept0);
+    end = static_cast<int>(kept1);
 }
 
 // Bilinear sample at fixed-point source position (u, v) of the box whose

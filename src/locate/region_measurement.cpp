@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
+#include <emmintrin.h>
 #include <new>
 
 namespace {
@@ -20,21 +21,58 @@ constexpr int PREV_WIDTH_MARGIN = 9;
 // Angles of turns beyond a quarter are folded back through this value.
 constexpr int THREE_QUARTERS = 270;
 
-bool ColumnHolds(const signed char* map, int w, int h, int x, signed char label)
+// First and last column of one row holding label, sixteen cells at a time;
+// false when the row holds none.
+bool RowExtent(const signed char* row, int w, signed char label, int& first, int& last)
 {
-    for (int y = 0; y < h; y++)
-        if (map[y * w + x] == label)
+    const __m128i wanted = _mm_set1_epi8(label);
+    const auto matches = [&](int x) {
+        return _mm_movemask_epi8(
+            _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x)), wanted));
+    };
+    int x = 0;
+    first = -1;
+    for (; x + 16 <= w && first < 0; x += 16)
+        if (const int m = matches(x))
+            first = x + __builtin_ctz(m);
+    for (; x < w && first < 0; x++)
+        if (row[x] == label)
+            first = x;
+    if (first < 0)
+        return false;
+    // From the end back towards first.
+    for (x = w; x - 16 >= first;) {
+        x -= 16;
+        if (const int m = matches(x)) {
+            last = x + 31 - __builtin_clz(static_cast<unsigned>(m));
             return true;
-    return false;
+        }
+    }
+    for (last = x - 1; row[last] != label; last--) {
+    }
+    return true;
 }
 
-bool RowHolds(const signed char* map, int w, int y, signed char label)
+// The extremes of label's cells in the w x h map; top < 0 when there is none.
+struct Extent
 {
-    const signed char* row = map + y * w;
-    for (int x = 0; x < w; x++)
-        if (row[x] == label)
-            return true;
-    return false;
+    int left, right, top, bottom;
+};
+
+Extent ExtentOf(const signed char* map, int w, int h, signed char label)
+{
+    Extent e{w, -1, -1, -1};
+    for (int y = 0; y < h; y++) {
+        int first, last;
+        if (!RowExtent(map + static_cast<std::ptrdiff_t>(y) * w, w, label, first, last))
+            continue;
+        if (e.top < 0)
+            e.top = y;
+        e.bottom = y;
+        e.left = std::min(e.left, first);
+        e.right = std::max(e.right, last);
+    }
+    return e;
 }
 
 // Copies map into centred (both w x h, centred cleared) so that cell (mx, my)
@@ -46,16 +84,48 @@ void CentreOn(const signed char* map, int w, int h, long long mx, long long my, 
     const long long y0 = my - h / 2;
     const int spanX = 2 * (w / 2);
     const int spanY = 2 * (h / 2);
+    // The columns dx of the span whose source x0 + dx lies in 0 .. w - 1.
+    const long long dxFrom = std::max(0LL, -x0);
+    const long long dxTo = std::min<long long>(spanX, w - x0);
+    if (dxFrom >= dxTo)
+        return;
     for (int dy = 0; dy < spanY; dy++) {
         const long long y = y0 + dy;
         if (y < 0 || y >= h)
             continue;
-        for (int dx = 0; dx < spanX; dx++) {
-            const long long x = x0 + dx;
-            if (x >= 0 && x < w)
-                centred[dy * w + dx] = map[y * w + x];
-        }
+        std::memcpy(centred + dy * w + dxFrom, map + y * w + x0 + dxFrom, static_cast<std::size_t>(dxTo - dxFrom));
     }
+}
+
+// Floor of p / q for q > 0.
+long long FloorDiv(long long p, long long q)
+{
+    return p >= 0 ? p / q : -((q - 1 - p) / q);
+}
+
+// Narrows [from, to] (inclusive) to the r where lo <= a + d r < hi.
+void KeepWithin(long long a, long long d, long long lo, long long hi, int& from, int& to)
+{
+    long long first, last;
+    if (d > 0) {
+        first = -FloorDiv(a - lo, d); // ceil((lo - a) / d)
+        last = FloorDiv(hi - 1 - a, d);
+    } else if (d < 0) {
+        first = -FloorDiv(hi - 1 - a, -d); // ceil((a - hi + 1) / -d)
+        last = FloorDiv(a - lo, -d);
+    } else {
+        if (a < lo || a >= hi)
+            to = from - 1;
+        return;
+    }
+    const long long kept0 = std::max<long long>(from, first);
+    const long long kept1 = std::min<long long>(to, last);
+    if (kept0 > kept1) {
+        to = from - 1;
+        return;
+    }
+    from = static_cast<int>(kept0);
+    to = static_cast<int>(kept1);
 }
 
 // Cells around the forward-turned box of a region that may sample it: the
@@ -87,20 +157,46 @@ int TurnedXWidth(const signed char* map, int w, int h, signed char label, int t,
     const int row0 = std::max(0, cy - static_cast<int>(std::ceil(yMax)) - SAMPLE_MARGIN);
     const int row1 = std::min(h - 1, cy - static_cast<int>(std::floor(yMin)) + SAMPLE_MARGIN);
 
-    int first = w;
-    int last = 0; // column 0 never counts as the last column
-    for (int row = row0; row <= row1; row++) {
-        const int y = cy - row;
-        for (int col = col0; col <= col1; col++) {
-            const int x = col - cx;
+    // Column by column from each side, only the rows whose sample lands in
+    // the box (a run found by division, the sample moving linearly down a
+    // column): the first column with a hit from the left is first, from the
+    // right last.
+    const long long boxLeft = static_cast<long long>(FIXED_ONE) * (box.left - cx);
+    const long long boxRight = static_cast<long long>(FIXED_ONE) * (box.right + 1 - cx);
+    const long long boxBelow = static_cast<long long>(FIXED_ONE) * (cy - box.bottom);
+    const long long boxAbove = static_cast<long long>(FIXED_ONE) * (cy - box.top + 1);
+    const auto columnHolds = [&](int col) {
+        const int x = col - cx;
+        int from = row0;
+        int to = row1;
+        // Unshifted sample offsets at row r (y = cy - r): t.c x - t.s y grows
+        // by t.s per row, t.s x + t.c y falls by t.c.
+        KeepWithin(static_cast<long long>(turn.c) * x - static_cast<long long>(turn.s) * cy, turn.s, boxLeft,
+                   boxRight, from, to);
+        KeepWithin(static_cast<long long>(turn.s) * x + static_cast<long long>(turn.c) * cy, -turn.c, boxBelow,
+                   boxAbove, from, to);
+        for (int row = from; row <= to; row++) {
+            const int y = cy - row;
             const int sx = TurnedColumn(turn, cx, x, y);
             const int sy = TurnedRow(turn, cy, x, y);
-            if (sx >= 0 && sx < w && sy >= 0 && sy < h && map[sy * w + sx] == label) {
-                first = std::min(first, col);
-                last = std::max(last, col);
-            }
+            assert(sx >= box.left && sx <= box.right && sy >= box.top && sy <= box.bottom);
+            if (map[sy * w + sx] == label)
+                return true;
         }
-    }
+        return false;
+    };
+    int first = w;
+    for (int col = col0; col <= col1; col++)
+        if (columnHolds(col)) {
+            first = col;
+            break;
+        }
+    int last = 0; // column 0 never counts as the last column
+    for (int col = col1; col >= std::max(first, 1); col--)
+        if (columnHolds(col)) {
+            last = col;
+            break;
+        }
     return last - first;
 }
 
@@ -108,44 +204,24 @@ int TurnedXWidth(const signed char* map, int w, int h, signed char label, int t,
 
 void GetHVMinRect(signed char* map, int w, int h, signed char label, tagRECT& rect)
 {
-    // Each field keeps the caller's value when its scan finds nothing.
-    for (int x = 0; x < w; x++)
-        if (ColumnHolds(map, w, h, x, label)) {
-            rect.left = x;
-            break;
-        }
-    for (int x = w - 1; x >= 1; x--) // column 0 is never the right edge
-        if (ColumnHolds(map, w, h, x, label)) {
-            rect.right = x;
-            break;
-        }
-    for (int y = 0; y < h; y++)
-        if (RowHolds(map, w, y, label)) {
-            rect.top = y;
-            break;
-        }
-    for (int y = h - 1; y >= 1; y--) // row 0 is never the bottom edge
-        if (RowHolds(map, w, y, label)) {
-            rect.bottom = y;
-            break;
-        }
+    // Each field keeps the caller's value when no cell counts for it; column
+    // 0 is never the right edge, row 0 never the bottom.
+    const Extent e = ExtentOf(map, w, h, label);
+    if (e.top < 0)
+        return;
+    rect.left = e.left;
+    rect.top = e.top;
+    if (e.right >= 1)
+        rect.right = e.right;
+    if (e.bottom >= 1)
+        rect.bottom = e.bottom;
 }
 
 int GetRctXWidth(signed char* map, int w, int h, signed char label)
 {
-    int first = w;
-    for (int x = 0; x < w; x++)
-        if (ColumnHolds(map, w, h, x, label)) {
-            first = x;
-            break;
-        }
-    int last = 0;
-    for (int x = w - 1; x >= 1; x--)
-        if (ColumnHolds(map, w, h, x, label)) {
-            last = x;
-            break;
-        }
-    return last - first;
+    // Column w as the first when there is none; column 0 never the last.
+    const Extent e = ExtentOf(map, w, h, label);
+    return std::max(e.right, 0) - e.left;
 }
 
 int GetFpPos(signed char* map, int w, int h, signed char label, tagRECT* rect, bool bGetAngle)

@@ -14,6 +14,9 @@ int GetQuality(const unsigned char* image, int width, int height);
 void FindTheFpGrad(const unsigned char* source, int width, int height, unsigned char* destination);
 void FinishFingers(KOVRAL_INFO_* pInfo, int n, int outW, int outH, const tagPOINT* centres, const int* angles,
                    unsigned char* scratch);
+void GetHVMinRect(signed char* map, int w, int h, signed char label, tagRECT& rect);
+int GetRctXWidth(signed char* map, int w, int h, signed char label);
+int GetFpPos(signed char* map, int w, int h, signed char label, tagRECT* rect, bool bGetAngle);
 int GetRoatedFp(unsigned char* img, int w, int h, signed char* work, int count, tagRECT* boxes, int* angles,
                 signed char* labels, unsigned char bkGray, unsigned char** outBufs, int outW, int outH,
                 tagPOINT* centres);
