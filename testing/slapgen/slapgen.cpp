@@ -30,6 +30,8 @@ constexpr int PORE_CELL = 4;           // pores and ink breaks: value noise of t
 constexpr double PORE_DEPTH = 0.75;    // share of the ridge darkness that a pore takes away
 constexpr double PORE_LEVEL = 0.45;    // noise above this level opens a pore
 constexpr double PORE_SHARPNESS = 2.5;
+constexpr double DRY_PORE_LEVEL = 0.3;  // a fully dry print opens pores this much sooner
+constexpr double WET_SPREAD = 0.8;      // a fully wet print weighs valley light down by this share
 constexpr double WHORL_SHARE = 0.35;   // shares of the ridge flows; arches take the rest
 constexpr double LOOP_SHARE = 0.5;
 constexpr int MIN_PERIOD = 3;
@@ -404,6 +406,12 @@ Box DrawFinger(const SlapSpec& plan, const Plan& p, std::vector<uint8_t>& img)
                 poreLevel = PHALANX_PORE_LEVEL;
             } else {
                 continue;
+            }
+            if (plan.dry > 0)
+                poreLevel -= DRY_PORE_LEVEL * plan.dry / 100.0;
+            if (plan.wet > 0) {
+                const double light = (1.0 - dark) * (1.0 - WET_SPREAD * plan.wet / 100.0);
+                dark = dark / (dark + light);
             }
             const double pore = Clamp01((ValueNoise(x, y, PORE_CELL, p.salt + 1) - poreLevel) * PORE_SHARPNESS);
             dark *= 1.0 - PORE_DEPTH * pore;

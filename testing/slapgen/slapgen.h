@@ -66,6 +66,8 @@ struct SlapSpec
     int smudgeX = -1;              // its centre; either negative: centred under the fingers, half-way
     int smudgeY = -1;              // between their lowest reach and the bottom edge
     bool phalanges = false;        // also draw each finger's middle phalanx below the crease (not in the truth)
+    int dry = 0;                   // 0..100: a dry print, ridges broken into more and longer ink breaks
+    int wet = 0;                   // 0..100: a wet print, ink spreading from the ridges into the valleys
 };
 
 struct Truth
