@@ -14,6 +14,9 @@ constexpr double NOMINAL_WIDTH = 200.0;   // a fingertip's width at 500 ppi, pix
 constexpr int AXIS_MIN_CELLS = 250;       // pieces that vote for the hand's axis
 constexpr double AXIS_MIN_ELONGATION = 1.3;
 constexpr double AXIS_MAX_TILT = 55.0;    // degrees off upright that a vote may have
+constexpr double AXIS_MAX_WIDTH = 1.5 * NOMINAL_WIDTH; // wider pieces hold several fingers or a thumb
+constexpr int SEARCH_TILT = 50;           // trial angles for pieces of touching fingers, either way
+constexpr int SEARCH_STEP = 2;
 
 // Splitting: a piece at least this wide may hold several fingertips...
 constexpr double SPLIT_MIN_WIDTH = 1.3 * NOMINAL_WIDTH;
@@ -22,6 +25,7 @@ constexpr double SPLIT_MIN_DEPTH = 0.2 * NOMINAL_WIDTH;
 // leaving each side at least this wide.
 constexpr double SPLIT_MIN_PART = 0.45 * NOMINAL_WIDTH;
 constexpr int MAX_SPLIT_DEPTH = 3;
+constexpr double VALLEY_CAP = 0.75 * NOMINAL_WIDTH; // deeper valleys count no more
 
 // Crease: looked for from this many widths below the top...
 constexpr double CREASE_FROM = 0.7;
@@ -90,56 +94,73 @@ void Axis(const std::vector<int>& cells, int cw, double& angle, double& elongati
     minor = 4.0 * std::sqrt(l2); // full width of a uniform band with this spread (about)
 }
 
-// Splits cells at the deepest valley of their top profile, recursively.
-void SplitTouching(const CellMap& map, const Frame& f, std::vector<int> cells, bool touching, int depth,
-                   std::vector<Region>& out)
+// The valleys of a piece's top profile across the hand: for every bin of
+// CELL pixels across, how far the smoothed top dips below the highest tops on
+// both sides. Bins within SPLIT_MIN_PART of either end get 0.
+struct Profile
 {
-    const int cw = map.cw;
+    double umin = 0;
+    std::vector<double> depth;
+};
+
+Profile TopValleys(const std::vector<int>& cells, int cw, const Frame& f)
+{
+    Profile p;
     double umin = 1e18, umax = -1e18;
     for (int i : cells) {
         const double u = f.U(CellX(i, cw), CellY(i, cw));
         umin = std::min(umin, u);
         umax = std::max(umax, u);
     }
+    p.umin = umin;
     const int bins = static_cast<int>((umax - umin) / CELL) + 1;
-    if (depth < MAX_SPLIT_DEPTH && umax - umin + CELL >= SPLIT_MIN_WIDTH && bins >= 3) {
-        std::vector<double> top(static_cast<std::size_t>(bins), -1e18);
-        for (int i : cells) {
-            const double x = CellX(i, cw), y = CellY(i, cw);
-            const int b = static_cast<int>((f.U(x, y) - umin) / CELL);
-            top[static_cast<std::size_t>(b)] = std::max(top[static_cast<std::size_t>(b)], f.V(x, y));
-        }
-        // Empty bins (a gap inside the piece) take the lower neighbour.
-        for (int b = 1; b < bins; b++)
-            if (top[static_cast<std::size_t>(b)] < -1e17)
-                top[static_cast<std::size_t>(b)] = top[static_cast<std::size_t>(b - 1)];
-        std::vector<double> smooth(top);
-        for (int b = 1; b + 1 < bins; b++)
-            smooth[static_cast<std::size_t>(b)] =
-                (top[static_cast<std::size_t>(b - 1)] + 2 * top[static_cast<std::size_t>(b)] +
-                 top[static_cast<std::size_t>(b + 1)]) / 4.0;
-        std::vector<double> leftMax(smooth), rightMax(smooth);
-        for (int b = 1; b < bins; b++)
-            leftMax[static_cast<std::size_t>(b)] =
-                std::max(leftMax[static_cast<std::size_t>(b - 1)], smooth[static_cast<std::size_t>(b)]);
-        for (int b = bins - 2; b >= 0; b--)
-            rightMax[static_cast<std::size_t>(b)] =
-                std::max(rightMax[static_cast<std::size_t>(b + 1)], smooth[static_cast<std::size_t>(b)]);
-        const int minPart = static_cast<int>(SPLIT_MIN_PART / CELL);
+    p.depth.assign(static_cast<std::size_t>(bins), 0.0);
+    if (umax - umin + CELL < SPLIT_MIN_WIDTH || bins < 3)
+        return p;
+    std::vector<double> top(static_cast<std::size_t>(bins), -1e18);
+    for (int i : cells) {
+        const double x = CellX(i, cw), y = CellY(i, cw);
+        const std::size_t b = static_cast<std::size_t>((f.U(x, y) - umin) / CELL);
+        top[b] = std::max(top[b], f.V(x, y));
+    }
+    // Empty bins (a gap inside the piece) take the lower neighbour.
+    for (std::size_t b = 1; b < top.size(); b++)
+        if (top[b] < -1e17)
+            top[b] = top[b - 1];
+    std::vector<double> smooth(top);
+    for (std::size_t b = 1; b + 1 < top.size(); b++)
+        smooth[b] = (top[b - 1] + 2 * top[b] + top[b + 1]) / 4.0;
+    std::vector<double> leftMax(smooth), rightMax(smooth);
+    for (std::size_t b = 1; b < smooth.size(); b++)
+        leftMax[b] = std::max(leftMax[b - 1], smooth[b]);
+    for (std::size_t b = smooth.size() - 1; b-- > 0;)
+        rightMax[b] = std::max(rightMax[b + 1], smooth[b]);
+    const int minPart = static_cast<int>(SPLIT_MIN_PART / CELL);
+    for (int b = minPart; b < bins - minPart; b++) {
+        const std::size_t k = static_cast<std::size_t>(b);
+        p.depth[k] = std::min(leftMax[k], rightMax[k]) - smooth[k];
+    }
+    return p;
+}
+
+// Splits cells at the deepest valley of their top profile, recursively.
+void SplitTouching(const CellMap& map, const Frame& f, std::vector<int> cells, bool touching, int depth,
+                   std::vector<Region>& out)
+{
+    const int cw = map.cw;
+    if (depth < MAX_SPLIT_DEPTH) {
+        const Profile p = TopValleys(cells, cw, f);
         int best = -1;
         double bestDepth = SPLIT_MIN_DEPTH;
-        for (int b = minPart; b < bins - minPart; b++) {
-            const double d = std::min(leftMax[static_cast<std::size_t>(b)], rightMax[static_cast<std::size_t>(b)]) -
-                smooth[static_cast<std::size_t>(b)];
-            if (d > bestDepth) {
-                bestDepth = d;
-                best = b;
+        for (std::size_t b = 0; b < p.depth.size(); b++)
+            if (p.depth[b] > bestDepth) {
+                bestDepth = p.depth[b];
+                best = static_cast<int>(b);
             }
-        }
         if (best >= 0) {
             std::vector<int> left, right;
             for (int i : cells) {
-                const int b = static_cast<int>((f.U(CellX(i, cw), CellY(i, cw)) - umin) / CELL);
+                const int b = static_cast<int>((f.U(CellX(i, cw), CellY(i, cw)) - p.umin) / CELL);
                 (b < best ? left : right).push_back(i);
             }
             SplitTouching(map, f, std::move(left), true, depth + 1, out);
@@ -151,6 +172,31 @@ void SplitTouching(const CellMap& map, const Frame& f, std::vector<int> cells, b
     r.cells = std::move(cells);
     r.touching = touching;
     out.push_back(std::move(r));
+}
+
+// Sum of the distinct valley depths (each capped) of a piece's top profile
+// at a trial angle: touching fingertips show their rounded tops best when the
+// trial angle is the fingers' own.
+double ValleyScore(const std::vector<int>& cells, int cw, double angle)
+{
+    const Profile p = TopValleys(cells, cw, MakeFrame(angle));
+    const int spacing = static_cast<int>(SPLIT_MIN_PART / CELL);
+    const int bins = static_cast<int>(p.depth.size());
+    double score = 0.0;
+    for (int b = 0; b < bins; b++) {
+        const double d = p.depth[static_cast<std::size_t>(b)];
+        if (d <= SPLIT_MIN_DEPTH)
+            continue;
+        // Only the deepest bin of a valley counts (the first of equals).
+        bool deepest = true;
+        for (int k = std::max(b - spacing, 0); k <= std::min(b + spacing, bins - 1) && deepest; k++) {
+            const double e = p.depth[static_cast<std::size_t>(k)];
+            deepest = e < d || (e == d && k >= b);
+        }
+        if (deepest)
+            score += std::min(d, VALLEY_CAP);
+    }
+    return score;
 }
 
 // Cuts a piece at the crease below its fingertip: the part below becomes a lower region.
@@ -231,27 +277,46 @@ double HandAngle(const CellMap& map, const std::vector<Region>& regions)
     };
     std::vector<Vote> votes;
     double total = 0.0;
+    std::vector<const Region*> wide;
     for (const Region& r : regions) {
         if (static_cast<int>(r.cells.size()) < AXIS_MIN_CELLS)
             continue;
         double angle, elongation, minor;
         Axis(r.cells, map.cw, angle, elongation, minor);
+        if (minor > AXIS_MAX_WIDTH) {
+            wide.push_back(&r);
+            continue;
+        }
         if (elongation < AXIS_MIN_ELONGATION || std::fabs(angle - 90.0) > AXIS_MAX_TILT)
             continue;
         const double weight = static_cast<double>(r.cells.size()) * (elongation - 1.0);
         votes.push_back({angle, weight});
         total += weight;
     }
-    if (votes.empty())
-        return 90.0;
-    std::sort(votes.begin(), votes.end(), [](const Vote& a, const Vote& b) { return a.angle < b.angle; });
-    double acc = 0.0;
-    for (const Vote& v : votes) {
-        acc += v.weight;
-        if (acc >= total / 2.0)
-            return v.angle;
+    if (!votes.empty()) {
+        // Single fingers: the weighted median of their axes.
+        std::sort(votes.begin(), votes.end(), [](const Vote& a, const Vote& b) { return a.angle < b.angle; });
+        double acc = 0.0;
+        for (const Vote& v : votes) {
+            acc += v.weight;
+            if (acc >= total / 2.0)
+                return v.angle;
+        }
+        return votes.back().angle;
     }
-    return votes.back().angle;
+    // Only pieces too wide for one finger: the trial angle that shows the
+    // deepest valleys between rounded tops; upright when none shows any.
+    double best = 90.0, bestScore = 0.0;
+    for (int a = 90 - SEARCH_TILT; a <= 90 + SEARCH_TILT; a += SEARCH_STEP) {
+        double score = 0.0;
+        for (const Region* r : wide)
+            score += ValleyScore(r->cells, map.cw, a);
+        if (score > bestScore || (score == bestScore && std::abs(a - 90) < std::fabs(best - 90.0))) {
+            bestScore = score;
+            best = a;
+        }
+    }
+    return best;
 }
 
 std::vector<Region> SeparateFingertips(const CellMap& map, const std::vector<Region>& regions, double handAngle)
