@@ -103,11 +103,18 @@ void FindRidgeCells(const uint8_t* image, int w, int h, CellMap& map)
             map.dark[i] = win.hi > win.lo ? (win.hi - mean) / static_cast<float>(win.hi - win.lo) : 0.5f;
         }
 
-    // The paper's contrast: a low quantile over all cells.
-    std::vector<float> sorted(map.contrast);
-    const std::size_t k = static_cast<std::size_t>(NOISE_SHARE * static_cast<float>(sorted.size() - 1));
-    std::nth_element(sorted.begin(), sorted.begin() + static_cast<std::ptrdiff_t>(k), sorted.end());
-    map.noise = sorted[k];
+    // The paper's contrast: a low quantile over the cells without oriented
+    // texture (none: a print fills the image, and only the fixed floor counts).
+    std::vector<float> paper;
+    for (std::size_t i = 0; i < cells; i++)
+        if (coherence[i] < MIN_COHERENCE || ratio[i] > MAX_RATIO)
+            paper.push_back(map.contrast[i]);
+    map.noise = 0.0f;
+    if (!paper.empty()) {
+        const std::size_t k = static_cast<std::size_t>(NOISE_SHARE * static_cast<float>(paper.size() - 1));
+        std::nth_element(paper.begin(), paper.begin() + static_cast<std::ptrdiff_t>(k), paper.end());
+        map.noise = paper[k];
+    }
     const float minContrast = std::max(MIN_CONTRAST, NOISE_FACTOR * map.noise);
 
     for (std::size_t i = 0; i < cells; i++)
