@@ -71,7 +71,7 @@ def instructions(program):
                               capture_output=True, text=True).stdout
     counts = {}
     for line in text.splitlines():
-        m = re.match(r"\s*([\d,]+) \([\d.]+%\)\s+[^:]*:(.+?) \[", line)
+        m = re.match(r"\s*([\d,]+) \(\s*[\d.]+%\)\s+[^:]*:(.+?) \[", line)
         if not m:
             continue
         name = m.group(2).replace("(anonymous namespace)::", "").split("(")[0].split("::")[-1]
