@@ -10,9 +10,10 @@
 // centres. boxes are in pixels (right and bottom one past the last) and are
 // clamped in place to w - 1 and h - 1; work is the bw x bh labelled map. A
 // finger within 4 degrees of upright (or outW == w, or outH == h) is copied
-// as a plain window; any other is turned by bilinear interpolation into a
-// private buffer filled with bkGray. Returns 1, or 0 when a turned buffer
-// could not be allocated (earlier fingers' buffers are already written).
+// as a plain window; any other is turned by bilinear interpolation, cells
+// whose sample falls outside the box taking bkGray. Returns 1, or 0 when a
+// work row of the turn could not be allocated (earlier fingers' buffers are
+// already written).
 // Boxes start inside the image (left, top >= 0). A box that the clamp leaves
 // empty (right <= left or bottom <= top) reads no pixel: turned, its buffer
 // comes out all bkGray; near upright it still gets the window at its centre.

@@ -1,6 +1,6 @@
 // Every finger cut out upright into its buffer: a plain window of the image for
-// a finger near upright, otherwise the box turned by bilinear interpolation into
-// a private buffer whose content is then placed in the finger buffer.
+// a finger near upright, otherwise the box turned by bilinear interpolation,
+// the turned image's content placed in the finger buffer.
 #include "extract/extract.h"
 #include "block_grid.h"
 #include "geometry/geometry.h"
@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr int WIDTH_ALIGN = 4;        // the turned buffer's width is a multiple of this
+constexpr int WIDTH_ALIGN = 4;        // the turned image's width is a multiple of this
 constexpr int LATTICE = 16;           // the content search tests every 16th row or column
 constexpr int MIN_CONTENT_TOP = 4;    // content is never copied from above this row
 constexpr int BILINEAR_SHIFT = 2 * FIXED_SHIFT;
@@ -29,16 +29,15 @@ std::size_t Area(int w, int h)
 
 using Turn = FixedTurn;
 
-struct TurnedBuffer
+// Size of the turned image of a box: both extents plus a margin, the width
+// aligned, at least the finger buffer.
+struct TurnedSize
 {
-    std::unique_ptr<unsigned char[]> cells;
     int ow;
     int oh;
 };
 
-// Allocates the buffer for box turned (both extents plus a margin, the width
-// aligned); cells stays null when the allocation fails.
-TurnedBuffer AllocateTurned(const tagRECT& box, Turn t, int outW, int outH)
+TurnedSize SizeTurned(const tagRECT& box, Turn t, int outW, int outH)
 {
     const int rw = box.right - box.left;
     const int rh = box.bottom - box.top;
@@ -47,7 +46,7 @@ TurnedBuffer AllocateTurned(const tagRECT& box, Turn t, int outW, int outH)
     int ow = (ex >> FIXED_SHIFT) + TURN_MARGIN;
     ow = std::max((ow + WIDTH_ALIGN - 1) / WIDTH_ALIGN * WIDTH_ALIGN, outW);
     const int oh = std::max((ey >> FIXED_SHIFT) + TURN_MARGIN, outH);
-    return {std::unique_ptr<unsigned char[]>(new (std::nothrow) unsigned char[Area(ow, oh)]), ow, oh};
+    return {ow, oh};
 }
 
 // Floor of p / q for q > 0.
@@ -153,108 +152,151 @@ __attribute__((target("avx2"))) void SampleRunAvx2(const unsigned char* origin, 
     SampleRun(origin, w, u + k * du, v + k * dv, du, dv, n - k, out + k);
 }
 
-// Writes into the turned buffer every cell whose sample position lies in the
-// box, the box centre on cell (ow / 2, oh / 2); every other cell gets bkGray.
-// Along a row the source position moves by a constant step, so the cells
-// inside form one run, found by division.
-void TurnBox(const unsigned char* img, int w, int h, const tagRECT& box, Turn t, unsigned char bkGray,
-             TurnedBuffer& turned)
+// The box turned about its centre, the centre on cell (ow / 2, oh / 2) of an
+// ow x oh image: a cell whose sample position lies in the box takes the
+// bilinear sample there, any other cell bkGray. Along a row the source
+// position moves by a constant step, so the cells inside form one run, found
+// by division. Cells are computed on request, a row range at a time.
+class Turner
 {
-    const int rw = box.right - box.left;
-    const int rh = box.bottom - box.top;
-    if (rw <= 0 || rh <= 0) {
-        std::memset(turned.cells.get(), bkGray, Area(turned.ow, turned.oh));
-        return;
+public:
+    Turner(const unsigned char* img, int w, int h, const tagRECT& box, Turn t, TurnedSize size, unsigned char bkGray)
+        : w_(w), t_(t), ow_(size.ow), oh_(size.oh), rw_(box.right - box.left), rh_(box.bottom - box.top),
+          bkGray_(bkGray), origin_(img + Area(w, box.top) + box.left)
+    {
+        // Reading the right and lower neighbours stays inside the image
+        // because right <= w - 1 and bottom <= h - 1 after the clamp. The
+        // gathers read two bytes beyond the lower right neighbour.
+        wide_ = UseAvx2() && Area(w, box.bottom) + static_cast<std::size_t>(box.right) + 2 < Area(w, h);
     }
-    const int hw = rw / 2;
-    const int hh = rh / 2;
-    // Reading the right and lower neighbours stays inside the image because
-    // right <= w - 1 and bottom <= h - 1 after the clamp. The gathers read two
-    // bytes beyond the lower right neighbour.
-    const unsigned char* origin = img + Area(w, box.top) + box.left;
-    const bool wide = UseAvx2() && Area(w, box.bottom) + static_cast<std::size_t>(box.right) + 2 < Area(w, h);
-    const int x0 = -(turned.ow / 2);
-    for (int row = 0; row < turned.oh; row++) {
-        const int y = turned.oh / 2 - row; // grows upward
-        unsigned char* out = turned.cells.get() + Area(turned.ow, row);
-        // Source position of column 0; each column adds (c, -s).
-        const int u0 = t.c * x0 - t.s * y + FIXED_ONE * hw;
-        const int v0 = FIXED_ONE * hh - (t.s * x0 + t.c * y);
-        int first = 0;
-        int end = turned.ow;
+
+    int Width() const { return ow_; }
+    int Height() const { return oh_; }
+
+    // Cells col .. col + n - 1 of row into out.
+    void Cells(int row, int col, int n, unsigned char* out) const
+    {
+        const Run run = RunOf(row);
+        const int first = std::clamp(run.first, col, col + n);
+        const int end = std::clamp(run.end, first, col + n);
+        std::memset(out, bkGray_, static_cast<std::size_t>(first - col));
+        if (end > first) {
+            const int u = run.u0 + t_.c * first;
+            const int v = run.v0 - t_.s * first;
+            if (wide_)
+                SampleRunAvx2(origin_, w_, u, v, t_.c, -t_.s, end - first, out + (first - col));
+            else
+                SampleRun(origin_, w_, u, v, t_.c, -t_.s, end - first, out + (first - col));
+        }
+        std::memset(out + (end - col), bkGray_, static_cast<std::size_t>(col + n - end));
+    }
+
+    // Cell (col, row) alone.
+    unsigned char Cell(int row, int col) const
+    {
+        const Run run = RunOf(row);
+        if (col < run.first || col >= run.end)
+            return bkGray_;
+        return Sample(origin_, w_, run.u0 + t_.c * col, run.v0 - t_.s * col);
+    }
+
+    // Columns of row whose sample lies in the box: [first, end).
+    struct Run
+    {
+        int first;
+        int end;
+        int u0; // source position of column 0, scaled by FIXED_ONE
+        int v0;
+    };
+
+    Run RunOf(int row) const
+    {
+        const int x0 = -(ow_ / 2);
+        const int y = oh_ / 2 - row; // grows upward
+        Run run{0, ow_, t_.c * x0 - t_.s * y + FIXED_ONE * (rw_ / 2), FIXED_ONE * (rh_ / 2) - (t_.s * x0 + t_.c * y)};
+        if (rw_ <= 0 || rh_ <= 0) {
+            run.end = 0;
+            return run;
+        }
         // Arithmetic shifts round toward minus infinity: a position just
         // before the first column or row gets -1 and stays outside.
-        KeepWhereWithin(u0, t.c, 0, static_cast<long long>(FIXED_ONE) * rw, first, end);
-        KeepWhereWithin(v0, -t.s, 0, static_cast<long long>(FIXED_ONE) * rh, first, end);
-        if (end <= first) {
-            std::memset(out, bkGray, static_cast<std::size_t>(turned.ow));
-            continue;
-        }
-        std::memset(out, bkGray, static_cast<std::size_t>(first));
-        std::memset(out + end, bkGray, static_cast<std::size_t>(turned.ow - end));
-        const int u = u0 + t.c * first;
-        const int v = v0 - t.s * first;
-        if (wide)
-            SampleRunAvx2(origin, w, u, v, t.c, -t.s, end - first, out + first);
-        else
-            SampleRun(origin, w, u, v, t.c, -t.s, end - first, out + first);
+        KeepWhereWithin(run.u0, t_.c, 0, static_cast<long long>(FIXED_ONE) * rw_, run.first, run.end);
+        KeepWhereWithin(run.v0, -t_.s, 0, static_cast<long long>(FIXED_ONE) * rh_, run.first, run.end);
+        return run;
     }
-}
 
-bool ColumnHasContent(const TurnedBuffer& turned, int col, unsigned char bkGray)
-{
-    for (int row = 0; row < turned.oh; row += LATTICE)
-        if (turned.cells[Area(turned.ow, row) + col] != bkGray)
-            return true;
-    return false;
-}
+private:
+    int w_;
+    Turn t_;
+    int ow_;
+    int oh_;
+    int rw_;
+    int rh_;
+    unsigned char bkGray_;
+    const unsigned char* origin_;
+    bool wide_;
+};
 
-bool RowHasContent(const TurnedBuffer& turned, int row, unsigned char bkGray)
+// Finds the content of the turned image (cells other than bkGray) on the
+// lattice - its left and right columns over every 16th row, its top row over
+// every 16th column - and writes the finger buffer: its middle column on the
+// buffer's middle column, the band below its top centred vertically, bkGray
+// around. Only the lattice and the cells copied are computed. Returns false
+// when a work row cannot be allocated.
+bool PlaceContent(const Turner& turned, unsigned char bkGray, unsigned char* fp, int outW, int outH)
 {
-    const unsigned char* cells = turned.cells.get() + Area(turned.ow, row);
-    for (int col = 0; col < turned.ow; col += LATTICE)
-        if (cells[col] != bkGray)
-            return true;
-    return false;
-}
-
-// Finds the content's left and right columns and top row on the lattice and
-// copies it into the bkGray-filled finger buffer: its middle column on the
-// buffer's middle column, the band below its top centred vertically.
-void PlaceContent(const TurnedBuffer& turned, unsigned char bkGray, unsigned char* fp, int outW, int outH)
-{
+    const int ow = turned.Width();
+    const int oh = turned.Height();
+    std::unique_ptr<unsigned char[]> cells(new (std::nothrow) unsigned char[2 * static_cast<std::size_t>(ow)]);
+    if (!cells)
+        return false;
+    unsigned char* content = cells.get() + ow; // per column: content on a lattice row
+    std::memset(content, 0, static_cast<std::size_t>(ow));
+    for (int row = 0; row < oh; row += LATTICE) {
+        turned.Cells(row, 0, ow, cells.get());
+        for (int col = 0; col < ow; col++)
+            content[col] |= cells[col] != bkGray;
+    }
     int left = 0;
-    for (int col = 0; col < turned.ow; col++) {
-        if (ColumnHasContent(turned, col, bkGray)) {
+    for (int col = 0; col < ow; col++) {
+        if (content[col]) {
             left = col;
             break;
         }
     }
     int right = 0;
-    for (int col = turned.ow - 1; col >= 1; col--) { // column 0 is not tested
-        if (ColumnHasContent(turned, col, bkGray)) {
+    for (int col = ow - 1; col >= 1; col--) { // column 0 is not tested
+        if (content[col]) {
             right = col;
             break;
         }
     }
-    int top = 0;
-    for (int row = 0; row < turned.oh; row++) {
-        if (RowHasContent(turned, row, bkGray)) {
-            top = row;
-            break;
-        }
+    int top = -1;
+    for (int row = 0; row < oh && top < 0; row++) {
+        const Turner::Run run = turned.RunOf(row);
+        // Only lattice columns inside the run can differ from bkGray.
+        for (int col = (run.first + LATTICE - 1) / LATTICE * LATTICE; col < run.end; col += LATTICE)
+            if (turned.Cell(row, col) != bkGray) {
+                top = row;
+                break;
+            }
     }
     top = std::max(top, MIN_CONTENT_TOP);
 
-    // The last column and row of the turned buffer are never copied.
+    // The last column and row of the turned image are never copied.
     const int x0 = std::max((left + right) / 2 - outW / 2, 0);
-    const int cw = std::min(turned.ow - x0 - 1, outW);
-    const int ch = std::max(std::min(turned.oh - 1 - top, outH), 0);
+    const int cw = std::min(ow - x0 - 1, outW);
+    const int ch = std::max(std::min(oh - 1 - top, outH), 0);
     const int y1 = (outH - ch) / 2;
     assert(cw >= 0);
-    for (int k = 0; k < ch; k++)
-        std::memcpy(fp + Area(outW, y1 + k), turned.cells.get() + Area(turned.ow, top + k) + x0,
-                    static_cast<std::size_t>(cw));
+    std::memset(fp, bkGray, Area(outW, y1));
+    for (int k = 0; k < ch; k++) {
+        unsigned char* out = fp + Area(outW, y1 + k);
+        turned.Cells(top + k, x0, cw, out);
+        std::memset(out + cw, bkGray, static_cast<std::size_t>(outW - cw));
+    }
+    std::memset(fp + Area(outW, y1 + ch), bkGray, Area(outW, outH - y1 - ch));
+    return true;
 }
 
 } // namespace
@@ -283,12 +325,9 @@ int GetRoatedFp(unsigned char* img, int w, int h, signed char* work, int count, 
             continue;
         }
         const Turn t = FixedTurnOf(CutTurn(angles[i]));
-        TurnedBuffer turned = AllocateTurned(boxes[i], t, outW, outH);
-        if (!turned.cells)
+        const Turner turned(img, w, h, boxes[i], t, SizeTurned(boxes[i], t, outW, outH), bkGray);
+        if (!PlaceContent(turned, bkGray, outBufs[i], outW, outH))
             return 0;
-        TurnBox(img, w, h, boxes[i], t, bkGray, turned);
-        std::memset(outBufs[i], bkGray, Area(outW, outH));
-        PlaceContent(turned, bkGray, outBufs[i], outW, outH);
     }
     return 1;
 }
