@@ -14,7 +14,7 @@ cd "$(dirname "$0")/.."
 seconds="${1:-30}"
 build="${2:-build-fuzz}"
 
-scripts/install_packages.sh clang libclang-rt-dev cmake ninja-build
+scripts/install_packages.sh clang libclang-rt-dev cmake ninja-build pkg-config libspng-dev libjpeg62-turbo-dev
 
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \

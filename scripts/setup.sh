@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install_packages.sh g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-  libstb-dev nlohmann-json3-dev libcli11-dev
+  nlohmann-json3-dev libcli11-dev libspng-dev libjpeg62-turbo-dev
 
 build="${1:-build}"
 shift || true

@@ -83,7 +83,7 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
                  "kovral-split");
     app.footer(kExamples);
     app.set_version_flag("--version", VersionText());
-    app.add_option("inputs", options.inputs, "Slap images (PNG, BMP, PGM, JPEG, TGA; raw with --size) or directories")
+    app.add_option("inputs", options.inputs, "Slap images (PNG, JPEG, BMP, PGM; raw with --size) or directories")
         ->type_name("FILE|DIR");
     app.add_option("-o,--out", options.outDir, "Output directory, created if missing (default kovral-out)")
         ->type_name("DIR");

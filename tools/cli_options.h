@@ -2,17 +2,15 @@
 #ifndef KOVRAL_TOOLS_CLI_OPTIONS_H
 #define KOVRAL_TOOLS_CLI_OPTIONS_H
 
+#include <kovral_io.h>
+
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace kovral_split {
 
-struct PixelSize
-{
-    int width = 0;
-    int height = 0;
-};
+using PixelSize = kovral_io::PixelSize;
 
 enum class FingerFormat
 {

@@ -14,8 +14,8 @@ namespace kovral_split {
 
 namespace {
 
-constexpr std::array<std::string_view, 12> kImageExtensions{
-    "png", "bmp", "dib", "pgm", "pnm", "ppm", "jpg", "jpeg", "jpe", "tga", "raw", "gray"};
+constexpr std::array<std::string_view, 11> kImageExtensions{
+    "png", "bmp", "dib", "pgm", "pnm", "ppm", "jpg", "jpeg", "jpe", "raw", "gray"};
 
 std::string LowerExtension(const fs::path& path)
 {

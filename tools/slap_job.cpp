@@ -1,7 +1,6 @@
 #include "slap_job.h"
 
 #include "embedded_sample.h"
-#include "image_encoding.h"
 #include "overlay_drawing.h"
 #include "slap_outputs.h"
 
@@ -55,7 +54,7 @@ bool SlapSplitter::Decode(const InputFile& input, GrayImage& image, std::string&
         error = "this build of kovral-split carries no sample slap; name an input file";
         return false;
     }
-    return DecodeImage(sample.data(), sample.size(), std::nullopt, image, error);
+    return DecodeImage(sample, std::nullopt, image, error);
 }
 
 TaskOutcome SlapSplitter::Split(const InputFile& input)
@@ -113,9 +112,12 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
     {
         std::string path = FingerPath(options_, input.name, i + 1);
         auto write = [&](const std::string& file) {
-            if (options_.format == FingerFormat::Png)
-                return WritePng(file, info[i].pFpImg, finger.width, finger.height, 1);
-            return KOVRAL_SaveToBmp(info[i].pFpImg, finger.width, finger.height, file.c_str()) == KOVRAL_OK;
+            GrayImage fingerImage{finger.width, finger.height,
+                                  std::vector<uint8_t>(info[i].pFpImg, info[i].pFpImg + fingerBytes)};
+            std::vector<uint8_t> bytes = options_.format == FingerFormat::Png ? kovral_io::EncodeGrayPng(fingerImage)
+                                                                               : kovral_io::EncodeGrayBmp(fingerImage);
+            std::string ignored;
+            return !bytes.empty() && kovral_io::WriteFile(file, bytes, ignored);
         };
         if (!WriteOutput(path, write, error))
             return outcome;
@@ -139,7 +141,9 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
             marks.push_back({info[i].x, info[i].y, info[i].angle, i + 1});
         RgbImage overlay = DrawOverlay(image, marks, finger.width, finger.height);
         auto writeOverlay = [&](const std::string& file) {
-            return WritePng(file, overlay.pixels.data(), overlay.width, overlay.height, 3);
+            std::vector<uint8_t> bytes = kovral_io::EncodeRgbPng(overlay.pixels.data(), overlay.width, overlay.height);
+            std::string ignored;
+            return !bytes.empty() && kovral_io::WriteFile(file, bytes, ignored);
         };
         if (!WriteOutput(OverlayPath(options_, input.name), writeOverlay, error))
             return outcome;

@@ -62,8 +62,9 @@ protected:
             rgb.insert(rgb.end(), 3, slap.pixels[i]);
         fs::create_directories((dir_ / file).parent_path());
         std::string error, path = (dir_ / file).string();
-        ASSERT_TRUE(rgb.empty() ? kovral_split::WriteGrayImageFile(path, slap.pixels.data(), w, h, error)
-                                : kovral_split::WritePng(path, rgb.data(), w, h, 3)) << error;
+        ASSERT_TRUE(rgb.empty() ? kovral_split::WriteGrayImageFile(path, {w, h, slap.pixels}, error)
+                                : kovral_io::WriteFile(path, kovral_io::EncodeRgbPng(rgb.data(), w, h), error))
+            << error;
     }
 
     // The summary and finger images of slap name are the library's own split of input at the
@@ -115,7 +116,7 @@ TEST_F(SplitTool, EveryFormatInABatchWithBadFiles)
     // sorts after right.png), in the subdirectory it came from.
     const std::tuple<std::string, std::string, int, int, int> rows[] = {
         {"right.png", "right", 1600, 1000, 0},    {"left.bmp", "left", 1400, 900, -12},
-        {"tilted.pgm", "tilted", 1600, 1100, 15}, {"small.tga", "small", 1200, 800, 5},
+        {"tilted.pgm", "tilted", 1600, 1100, 15}, {"small.png", "small", 1200, 800, 5},
         {"lossy.jpg", "lossy", 1600, 1000, 8},    {"right.raw", "right-raw", 1300, 900, -5},
         {"visit2/colour.rgb.png", "visit2/colour.rgb", 1500, 1000, 0}};
     for (const auto& [file, name, w, h, tilt] : rows)
@@ -129,7 +130,7 @@ TEST_F(SplitTool, EveryFormatInABatchWithBadFiles)
     EXPECT_EQ(Run("scans missing.png empty -r -j 2 --size 1300x900"), 1);
     // One line per bad input, naming it and the reason; every good slap is written, the bad ones leave nothing.
     EXPECT_EQ(err_, "kovral-split: empty: no image files in this directory tree\n"
-                    "kovral-split: scans/broken.png: corrupt PNG: outofdata\n"
+                    "kovral-split: scans/broken.png: truncated PNG: end of stream\n"
                     "kovral-split: missing.png: cannot open: No such file or directory\n");
     for (const auto& [file, name, w, h, tilt] : rows)
         ExpectLibraryResults("scans/" + file, name);

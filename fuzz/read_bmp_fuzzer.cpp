@@ -1,0 +1,8 @@
+// The BMP reader of kovral_io on arbitrary bytes (see image_reader_harness.h).
+#include "image_reader_harness.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    FuzzReader(data, size, kovral_io::detail::BmpRecognises, kovral_io::detail::BmpDecode);
+    return 0;
+}

@@ -1,0 +1,8 @@
+// The PGM and PPM reader of kovral_io on arbitrary bytes (see image_reader_harness.h).
+#include "image_reader_harness.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    FuzzReader(data, size, kovral_io::detail::PnmRecognises, kovral_io::detail::PnmDecode);
+    return 0;
+}
