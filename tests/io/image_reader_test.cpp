@@ -239,7 +239,7 @@ TEST(ImageReader, Limits)
 // Only regular files are read, and a FIFO is refused at once rather than waited on.
 TEST(ImageReader, FilesOfEveryKind)
 {
-    const fs::path dir = KOVRAL_IO_TEST_DIR;
+    const fs::path dir = fs::path(KOVRAL_IO_TEST_DIR) / "files";
     fs::remove_all(dir);
     fs::create_directories(dir);
     std::string error;
