@@ -19,6 +19,16 @@
  * KOVRAL_Init or KOVRAL_Uninit during a split (KOVRAL_Uninit does wait for
  * a split that is finishing). KOVRAL_SaveToBmp may run on any thread at any
  * time. No entry point throws.
+ *
+ * Splits on several threads at once: make a splitter per thread.
+ *
+ *   kovral_splitter* s = kovral_splitter_new(1600, 1500);
+ *   kovral_split_options opt = {320, 480, KOVRAL_LOCATOR_EXACT};
+ *   kovral_finger fingers[KOVRAL_MAX_FINGERS];  // each with its image buffer
+ *   int32_t count = 0;
+ *   if (kovral_split(s, img, w, h, &opt, fingers, &count, NULL) == KOVRAL_OK)
+ *       ...                                     // as KOVRAL_DoSplit gives them
+ *   kovral_splitter_free(s);
  */
 #ifndef KOVRAL_H
 #define KOVRAL_H
@@ -48,7 +58,8 @@ enum kovral_result
     KOVRAL_EINVAL = -1,        /* an argument was refused, or no judgement possible */
     KOVRAL_ENOTINIT = -2,      /* KOVRAL_Init has not been called */
     KOVRAL_ENOMEM = -3,        /* a split could not get working memory */
-    KOVRAL_EFILE = -3          /* the BMP file could not be created */
+    KOVRAL_EFILE = -3,         /* the BMP file could not be created */
+    KOVRAL_ETOOBIG = -4        /* the image is larger than the splitter was made for */
 };
 
 /* Limits of a split request, in pixels. */
@@ -194,6 +205,131 @@ KOVRAL_API int KOVRAL_SaveToBmp(unsigned char* img, int w, int h, const char* pa
 KOVRAL_API int32_t kovral_finger_corners(int32_t image_width, int32_t image_height, int32_t finger_width,
                                          int32_t finger_height, int32_t x, int32_t y, int32_t angle,
                                          tagPOINT corners[4]);
+
+/* ---- Splitters: splits on any number of threads at once ---- */
+
+/* Fingers a split reports at most. */
+#define KOVRAL_MAX_FINGERS 4
+
+/* How a split finds the fingers. */
+enum kovral_locator
+{
+    KOVRAL_LOCATOR_EXACT = 0,    /* KOVRAL_DoSplit's locator: the same results, bit for bit */
+    KOVRAL_LOCATOR_ACCURATE = 1  /* not in this build: kovral_split refuses it with KOVRAL_EINVAL */
+};
+
+/* Flags of one finger (the accurate locator sets them; the exact one leaves 0). */
+#define KOVRAL_FINGER_CUT_BY_BORDER 0x1u
+#define KOVRAL_FINGER_TOUCHING 0x2u
+#define KOVRAL_FINGER_FAINT 0x4u
+
+/* Deficiencies of a slap (kovral_slap_report; the accurate locator finds them). */
+#define KOVRAL_DEFICIENCY_ARTIFACTS 0x1u     /* text, lines, marks or halos were rejected */
+#define KOVRAL_DEFICIENCY_LOW_CONTRAST 0x2u  /* a fingertip is faint */
+#define KOVRAL_DEFICIENCY_OVER_INKED 0x4u    /* fingertips too dark to show valleys */
+#define KOVRAL_DEFICIENCY_SIDEWAYS 0x8u      /* the hand leans by more than 30 degrees */
+#define KOVRAL_DEFICIENCY_OVER_ROTATED 0x10u /* by more than 45 degrees */
+#define KOVRAL_DEFICIENCY_INCOMPLETE 0x20u   /* a finger is missing or cut by the border */
+
+/* Hand layouts of a kovral_slap_report. */
+#define KOVRAL_HAND_UNKNOWN 0
+#define KOVRAL_HAND_RIGHT 1   /* a right hand's four fingers: index leftmost */
+#define KOVRAL_HAND_LEFT 2    /* a left hand's four fingers: little finger leftmost */
+#define KOVRAL_HAND_THUMBS 3
+
+/* Holds the block maps and all work memory of splits up to a given size;
+ * one split at a time per splitter. */
+typedef struct kovral_splitter kovral_splitter;
+
+typedef struct kovral_split_options
+{
+    int32_t finger_width;   /* width of every finger buffer (outW of KOVRAL_DoSplit) */
+    int32_t finger_height;  /* height (outH) */
+    int32_t locator;        /* enum kovral_locator */
+} kovral_split_options;
+
+/* One finger of a split. */
+typedef struct kovral_finger
+{
+    int32_t x;           /* out: centre column in the source image, pixels */
+    int32_t y;           /* out: centre row */
+    int32_t angle;       /* out: axis angle in degrees, 90 upright, below 90 leaning right */
+    int32_t quality;     /* out: 0..99, as KOVRAL_INFO_ */
+    uint8_t* image;      /* in: caller's buffer of finger_width x finger_height bytes; out: the upright finger */
+    int32_t confidence;  /* out: 0..100 that this is a finger; the exact locator gives 100 */
+    uint32_t flags;      /* out: KOVRAL_FINGER_* */
+} kovral_finger;
+
+/* What a split found about the slap as a whole. */
+typedef struct kovral_slap_report
+{
+    int32_t hand;             /* KOVRAL_HAND_*; the exact locator judges four fingers as KOVRAL_JudegeFingers does */
+    int32_t hand_confidence;  /* 0..100; the exact locator gives 100 for a judged hand, else 0 */
+    uint32_t deficiencies;    /* KOVRAL_DEFICIENCY_* bits (accurate locator; exact: 0) */
+    int32_t rejected_count;   /* regions rejected as not fingers (accurate locator; exact: 0) */
+    tagRECT rejected[8];      /* their boxes, source pixels */
+} kovral_slap_report;
+
+/*
+ * Makes a splitter for images up to max_width x max_height pixels (each
+ * within the split limits above). It reserves everything a split of that
+ * size needs: a split on it with the exact locator never allocates memory.
+ *
+ * @return the splitter, or NULL when a size is outside the limits or memory
+ *         runs short
+ */
+KOVRAL_API kovral_splitter* kovral_splitter_new(int32_t max_width, int32_t max_height);
+
+/* Releases a splitter; NULL is fine. Not during a split on it. */
+KOVRAL_API void kovral_splitter_free(kovral_splitter* splitter);
+
+/*
+ * Splits the slap image (width x height bytes, row-major, no padding) into
+ * up to four upright fingers, left to right, as KOVRAL_DoSplit does: with
+ * KOVRAL_LOCATOR_EXACT the same result, count, fingers and bytes, bit for
+ * bit (the requests differ only in their limits below). Needs no
+ * KOVRAL_Init; splits on different splitters may run at the same time on
+ * different threads. Reads nothing but its arguments, writes nothing but
+ * its outputs (not the library's exported maps).
+ *
+ * width: 256..1600, height: 360..1500, both at most the splitter's size.
+ * options: finger buffers at least 256 x 360 and at most width x height.
+ * fingers: four records, each carrying an image buffer of finger_width x
+ * finger_height bytes; the first *count are filled (x, y, angle, quality,
+ * confidence, flags and the image), the others are not touched. Buffers
+ * that take part are overwritten as KOVRAL_DoSplit overwrites them (a
+ * finger that cannot be cut as a window, see there, keeps the caller's
+ * bytes, cleaned). report: may be NULL; written when the split succeeds.
+ *
+ * @return KOVRAL_OK      split done (*count may be 0: no finger found)
+ * @return KOVRAL_EINVAL  a null pointer (splitter, image, options, fingers,
+ *                        count or one of the four finger buffers), a size
+ *                        outside the limits, or a locator this build does
+ *                        not have; nothing is written
+ * @return KOVRAL_ETOOBIG the image is wider or higher than the splitter;
+ *                        nothing is written
+ * @return KOVRAL_ENOMEM  working memory could not be had (not for a request
+ *                        within the splitter's size); as KOVRAL_DoSplit
+ */
+KOVRAL_API int32_t kovral_split(kovral_splitter* splitter, const uint8_t* image, int32_t width, int32_t height,
+                                const kovral_split_options* options, kovral_finger fingers[KOVRAL_MAX_FINGERS],
+                                int32_t* count, kovral_slap_report* report);
+
+/*
+ * Hand layout of four fingers in the order a split gave them, by the rule of
+ * KOVRAL_JudegeFingers with the centres turned about (0, 1500). Reads x, y
+ * and angle only; needs no library state.
+ *
+ * @return KOVRAL_JUDGE_LEFT (1)  the highest finger comes before the lowest
+ *                                (a right hand, index finger leftmost)
+ * @return KOVRAL_JUDGE_RIGHT (0) the highest finger comes after the lowest
+ * @return KOVRAL_EINVAL          count is not 4, fingers is null, or all four
+ *                                turned rows are equal
+ */
+KOVRAL_API int32_t kovral_judge_hand(const kovral_finger* fingers, int32_t count);
+
+/* A short English text for a result code of any entry point; never NULL. */
+KOVRAL_API const char* kovral_result_text(int32_t result);
 
 #ifdef __cplusplus
 }

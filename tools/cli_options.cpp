@@ -7,7 +7,7 @@
 
 #include <cstdio>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 namespace {
 
@@ -137,4 +137,4 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
     return options;
 }
 
-} // namespace kovral_split
+} // namespace kovral_tool

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 using PixelSize = kovral_io::PixelSize;
 
@@ -45,6 +45,6 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode);
 // The number of processors this process may run on (at least 1).
 int UsableCores();
 
-} // namespace kovral_split
+} // namespace kovral_tool
 
 #endif

@@ -17,7 +17,7 @@ extern "C" const uint8_t kovral_sample_begin[];
 extern "C" const uint8_t kovral_sample_end[];
 #endif
 
-namespace kovral_split {
+namespace kovral_tool {
 
 std::span<const uint8_t> BundledSample()
 {
@@ -28,4 +28,4 @@ std::span<const uint8_t> BundledSample()
 #endif
 }
 
-} // namespace kovral_split
+} // namespace kovral_tool

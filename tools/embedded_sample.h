@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <span>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 // The PNG file's bytes; empty in a build without the sample.
 std::span<const uint8_t> BundledSample();
 
-} // namespace kovral_split
+} // namespace kovral_tool
 
 #endif

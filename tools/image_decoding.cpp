@@ -2,7 +2,7 @@
 
 #include <kovral.h>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 namespace {
 
@@ -45,4 +45,4 @@ bool DecodeImageFile(const std::string& path, const std::optional<PixelSize>& ra
     return Finish(result, rawSize, image, error);
 }
 
-} // namespace kovral_split
+} // namespace kovral_tool

@@ -13,7 +13,7 @@
 #include <span>
 #include <string>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 using GrayImage = kovral_io::GrayImage;
 
@@ -28,6 +28,6 @@ bool DecodeImage(std::span<const uint8_t> bytes, const std::optional<PixelSize>&
 bool DecodeImageFile(const std::string& path, const std::optional<PixelSize>& rawSize, GrayImage& image,
                      std::string& error);
 
-} // namespace kovral_split
+} // namespace kovral_tool
 
 #endif

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 namespace {
 
@@ -37,4 +37,4 @@ bool WriteGrayImageFile(const std::string& path, const GrayImage& image, std::st
     return kovral_io::WriteFile(path, bytes, error);
 }
 
-} // namespace kovral_split
+} // namespace kovral_tool

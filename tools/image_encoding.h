@@ -7,12 +7,12 @@
 
 #include <string>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 // .png, .bmp (8-bit gray), .jpg (quality 95), .pgm or .raw (the bare pixels).
 // On failure returns false and sets error.
 bool WriteGrayImageFile(const std::string& path, const GrayImage& image, std::string& error);
 
-} // namespace kovral_split
+} // namespace kovral_tool
 
 #endif

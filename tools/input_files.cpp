@@ -10,7 +10,7 @@
 
 namespace fs = std::filesystem;
 
-namespace kovral_split {
+namespace kovral_tool {
 
 namespace {
 
@@ -121,4 +121,4 @@ std::vector<InputFile> CollectInputs(const std::vector<std::string>& paths, bool
     return inputs;
 }
 
-} // namespace kovral_split
+} // namespace kovral_tool

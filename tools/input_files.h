@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 struct InputFile
 {
@@ -27,6 +27,6 @@ std::vector<InputFile> CollectInputs(const std::vector<std::string>& paths, bool
 // True when the extension marks a file that a directory scan picks up.
 bool HasImageExtension(const std::string& path);
 
-} // namespace kovral_split
+} // namespace kovral_tool
 
 #endif

@@ -33,7 +33,7 @@ int main(int argc, char** argv)
         hand.noise = noise;
     slapgen::Slap slap = slapgen::Generate(hand);
     std::string error;
-    if (!kovral_split::WriteGrayImageFile(path, {slap.width, slap.height, slap.pixels}, error))
+    if (!kovral_tool::WriteGrayImageFile(path, {slap.width, slap.height, slap.pixels}, error))
     {
         std::fprintf(stderr, "kovral_make_sample: %s\n", error.c_str());
         return 1;

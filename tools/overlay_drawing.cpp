@@ -7,7 +7,7 @@
 #include <cmath>
 #include <string>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 namespace {
 
@@ -186,4 +186,4 @@ RgbImage DrawOverlay(const GrayImage& slap, const std::vector<FingerMark>& finge
     return out;
 }
 
-} // namespace kovral_split
+} // namespace kovral_tool

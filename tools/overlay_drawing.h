@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 inline constexpr int kOverlayMaxWidth = 800;
 
@@ -33,6 +33,6 @@ struct FingerMark
 // turned upright. The axis points to the fingertip.
 RgbImage DrawOverlay(const GrayImage& slap, const std::vector<FingerMark>& fingers, int fingerW, int fingerH);
 
-} // namespace kovral_split
+} // namespace kovral_tool
 
 #endif

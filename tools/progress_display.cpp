@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 namespace {
 
@@ -112,4 +112,4 @@ std::string Progress::Summary() const
     return text;
 }
 
-} // namespace kovral_split
+} // namespace kovral_tool

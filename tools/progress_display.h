@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <string>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 class Progress
 {
@@ -50,6 +50,6 @@ private:
     Clock::time_point drawn_{};
 };
 
-} // namespace kovral_split
+} // namespace kovral_tool
 
 #endif

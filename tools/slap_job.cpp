@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 namespace {
 
@@ -163,4 +163,4 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
     return outcome;
 }
 
-} // namespace kovral_split
+} // namespace kovral_tool

@@ -8,7 +8,7 @@
 #include "input_files.h"
 #include "worker_pool.h"
 
-namespace kovral_split {
+namespace kovral_tool {
 
 // Holds the library initialised for the largest slap; one per process.
 class SlapSplitter
@@ -31,6 +31,6 @@ private:
     const Options& options_;
 };
 
-} // namespace kovral_split
+} // namespace kovral_tool
 
 #endif

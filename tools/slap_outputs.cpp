@@ -10,7 +10,7 @@
 
 namespace fs = std::filesystem;
 
-namespace kovral_split {
+namespace kovral_tool {
 
 namespace {
 
@@ -124,4 +124,4 @@ bool WriteOutput(const std::string& path, const std::function<bool(const std::st
     return true;
 }
 
-} // namespace kovral_split
+} // namespace kovral_tool

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 // Fingers a split reports at most.
 inline constexpr int kMaxFingers = 4;
@@ -54,6 +54,6 @@ nlohmann::ordered_json SummaryJson(const SlapSummary& summary);
 // On failure returns false and sets error.
 bool WriteOutput(const std::string& path, const std::function<bool(const std::string&)>& write, std::string& error);
 
-} // namespace kovral_split
+} // namespace kovral_tool
 
 #endif

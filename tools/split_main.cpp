@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <memory>
 
-using namespace kovral_split;
+using namespace kovral_tool;
 
 namespace {
 

@@ -15,7 +15,7 @@
 #include <exception>
 #include <vector>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 namespace {
 
@@ -273,4 +273,4 @@ void RunInWorkers(size_t count, int jobs, const TaskFunction& task, const Report
     sigaction(SIGPIPE, &previous, nullptr);
 }
 
-} // namespace kovral_split
+} // namespace kovral_tool

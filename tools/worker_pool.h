@@ -7,7 +7,7 @@
 #include <functional>
 #include <string>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 struct TaskOutcome
 {
@@ -28,6 +28,6 @@ using ReportFunction = std::function<void(size_t index, const TaskOutcome& outco
 void RunInWorkers(size_t count, int jobs, const TaskFunction& task, const ReportFunction& report,
                   const std::function<void()>& tick);
 
-} // namespace kovral_split
+} // namespace kovral_tool
 
 #endif

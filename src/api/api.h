@@ -36,23 +36,31 @@ struct SplitMaps
 // height fit, records, pixel count against the initialised size,
 // initialised, ten finger buffers. Returns KOVRAL_OK or the first failing
 // code. Reads the library state: call it under the state lock (SplitBegin).
-KOVRAL_API int CheckSplitRequest(unsigned char* img, int w, int h, int outW, int outH, int* pCount,
-                                 KOVRAL_INFO_* pInfo);
+int CheckSplitRequest(unsigned char* img, int w, int h, int outW, int outH, int* pCount,
+                      KOVRAL_INFO_* pInfo);
 
 // Runs the request checks and, when they pass, takes the maps for one split
 // and sets g_bBusy. Returns KOVRAL_OK, or the failing code with nothing taken
 // and nothing written.
-KOVRAL_API int SplitBegin(unsigned char* img, int w, int h, int outW, int outH, int* pCount, KOVRAL_INFO_* pInfo,
-                          SplitMaps& maps);
+int SplitBegin(unsigned char* img, int w, int h, int outW, int outH, int* pCount, KOVRAL_INFO_* pInfo,
+               SplitMaps& maps);
 
 // Gives the maps back (releasing them if KOVRAL_Uninit gave up waiting on
 // this split) and clears g_bBusy, last. Returns result.
-KOVRAL_API int SplitEnd(SplitMaps& maps, int result);
+int SplitEnd(SplitMaps& maps, int result);
 
 // Turns the centres of in[0..count-1] about the lower-left image corner so
 // that their mean angle stands upright; writes x, y and angle of out[0..
 // count-1]. count outside 1..10 or a null pointer: nothing. The angle sum is
 // taken modulo 2^32, as a 32-bit int.
 KOVRAL_API void RoatedFingers(int count, KOVRAL_INFO_* in, KOVRAL_INFO_* out);
+
+// RoatedFingers about the lower-left corner (0, height).
+void TurnFingers(int count, const KOVRAL_INFO_* in, KOVRAL_INFO_* out, int height);
+
+// The hand layout of four records that TurnFingers turned: KOVRAL_JUDGE_LEFT,
+// KOVRAL_JUDGE_RIGHT or KOVRAL_EINVAL. count 3 finds the rows but judges
+// nothing.
+int JudgeTurnedFingers(int count, const KOVRAL_INFO_* turned);
 
 #endif

@@ -37,9 +37,13 @@ int TruncateToInt(double v)
 
 void RoatedFingers(int count, KOVRAL_INFO_* in, KOVRAL_INFO_* out)
 {
+    TurnFingers(count, in, out, g_ImgH != 0 ? g_ImgH : DEFAULT_IMAGE_HEIGHT);
+}
+
+void TurnFingers(int count, const KOVRAL_INFO_* in, KOVRAL_INFO_* out, int H)
+{
     if (count < 1 || count > KOVRAL_MAX_RECORDS || in == nullptr || out == nullptr)
         return;
-    const int H = g_ImgH != 0 ? g_ImgH : DEFAULT_IMAGE_HEIGHT;
     int sum = 0;
     for (int i = 0; i < count; i++)
         sum = Add32(sum, in[i].angle);
@@ -59,6 +63,21 @@ void RoatedFingers(int count, KOVRAL_INFO_* in, KOVRAL_INFO_* out)
     }
 }
 
+int32_t kovral_judge_hand(const kovral_finger* fingers, int32_t count)
+{
+    if (count != JUDGED_COUNT || fingers == nullptr)
+        return KOVRAL_EINVAL;
+    KOVRAL_INFO_ records[KOVRAL_MAX_RECORDS] = {};
+    for (int i = 0; i < count; i++) {
+        records[i].x = fingers[i].x;
+        records[i].y = fingers[i].y;
+        records[i].angle = fingers[i].angle;
+    }
+    KOVRAL_INFO_ turned[KOVRAL_MAX_RECORDS] = {};
+    TurnFingers(count, records, turned, DEFAULT_IMAGE_HEIGHT);
+    return JudgeTurnedFingers(count, turned);
+}
+
 int KOVRAL_JudegeFingers(int count, KOVRAL_INFO_* pInfo)
 {
     if (count != 3 && count != 4)
@@ -70,6 +89,11 @@ int KOVRAL_JudegeFingers(int count, KOVRAL_INFO_* pInfo)
 
     KOVRAL_INFO_ turned[KOVRAL_MAX_RECORDS] = {};
     RoatedFingers(count, pInfo, turned);
+    return JudgeTurnedFingers(count, turned);
+}
+
+int JudgeTurnedFingers(int count, const KOVRAL_INFO_* turned)
+{
     // On equal rows the earlier record keeps its place.
     int top = 0;
     int bottom = 0;

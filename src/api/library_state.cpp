@@ -1,7 +1,7 @@
 // The per-process block maps: KOVRAL_Init, KOVRAL_Uninit and the hold that a
 // running split keeps on them.
 #include "api/api.h"
-#include "block_grid.h"
+#include "engine/engine.h"
 
 #include <cstddef>
 #include <mutex>
@@ -16,8 +16,6 @@ std::atomic<int> g_bBusy{0};
 
 namespace {
 
-// Extra blocks per direction beyond the largest image's block grid.
-constexpr int MAP_MARGIN = 4;
 // KOVRAL_Uninit polls a running split this often, this far apart.
 constexpr int UNINIT_POLLS = 100;
 constexpr int UNINIT_POLL_MS = 10;
@@ -59,8 +57,7 @@ int KOVRAL_Init(int w, int h)
             return KOVRAL_OK;
         // Computed wide, so huge sizes give a true (possibly failing)
         // allocation request rather than a wrapped one.
-        const std::size_t n = static_cast<std::size_t>((w >> BLOCK_SHIFT) + MAP_MARGIN) *
-                              static_cast<std::size_t>((h >> BLOCK_SHIFT) + MAP_MARGIN);
+        const std::size_t n = BlockMapCells(w, h);
         MapHold* hold = new (std::nothrow) MapHold;
         if (hold == nullptr)
             return KOVRAL_OK;

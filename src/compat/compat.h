@@ -8,7 +8,7 @@
 // Writes into out ((width / 2) x (height / 2) bytes) the Sobel gradient of
 // the half-size image averaged over a (2 radius + 1) square window, capped at
 // 255. radius above 16 or below 0, or a width or height below 4: nothing is
-// written. Allocates work buffers (throws std::bad_alloc when it cannot).
+// written. Allocates work buffers; when it cannot, nothing is written.
 KOVRAL_API void getGrads(const unsigned char* image, int width, int height, unsigned char* out, int radius);
 
 // Sets blockWidth x blockHeight pixels from (x, y) of image (row stride

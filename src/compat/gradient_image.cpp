@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 
 namespace {
 
@@ -56,10 +57,16 @@ void getGrads(const unsigned char* image, int width, int height, unsigned char* 
     const int h = height / 2;
     const std::size_t cells = static_cast<std::size_t>(w) * static_cast<std::size_t>(h);
 
-    auto gradient = std::make_unique_for_overwrite<std::int16_t[]>(cells);
+    // Without its three work arrays nothing is written.
+    std::unique_ptr<std::int16_t[]> gradient(new (std::nothrow) std::int16_t[cells]);
+    std::unique_ptr<int[]> columnSums(new (std::nothrow) int[static_cast<std::size_t>(w)]());
+    if (!gradient || !columnSums)
+        return;
     {
         // Odd widths and heights drop their last source column or row.
-        auto half = std::make_unique_for_overwrite<unsigned char[]>(cells);
+        std::unique_ptr<unsigned char[]> half(new (std::nothrow) unsigned char[cells]);
+        if (!half)
+            return;
         for (int r = 0; r < h; r++) {
             for (int c = 0; c < w; c++)
                 half[At(r, c, w)] = image[At(2 * r, 2 * c, width)];
@@ -70,7 +77,6 @@ void getGrads(const unsigned char* image, int width, int height, unsigned char* 
     // Running box sum: columnSums holds every column summed over the window's
     // rows and sum the column sums of the window's columns; each slides by one
     // line per output row or pixel.
-    auto columnSums = std::make_unique<int[]>(static_cast<std::size_t>(w));
     const auto addRow = [&](int r, int sign) {
         for (int c = 0; c < w; c++)
             columnSums[c] += sign * gradient[At(r, c, w)];

@@ -5,6 +5,10 @@
 
 #include <kovral.h>
 
+#include <cstddef>
+
+#include "work_memory.h"
+
 // Tests the 16 x 16 block whose top-left pixel is (x, y) of img (row stride w).
 // h is not used; the caller keeps x + 15 < w and y + 15 < the image height.
 // Returns 1 when the block shows ridge texture, else 0.
@@ -19,5 +23,11 @@ KOVRAL_API unsigned char BlockDrct(unsigned char* img, int w, int h, int x, int 
 // passed on to BlockDrct. Allocates a small probe grid; if that fails the map
 // stays all 0. Returns 1.
 KOVRAL_API int Directions(unsigned char* img, int w, int h, signed char* map, int param);
+
+// Directions with its probe grid taken from memory.
+int MapDirections(unsigned char* img, int w, int h, signed char* map, int param, WorkMemory& memory);
+
+// Reserves in memory what MapDirections takes for images up to w x h.
+bool ReserveDirectionMemory(WorkMemory& memory, int w, int h);
 
 #endif

@@ -5,8 +5,6 @@
 
 #include <cassert>
 #include <cstring>
-#include <memory>
-#include <new>
 
 namespace {
 
@@ -27,9 +25,25 @@ constexpr int PARTIAL_ROW_MIN = 8;
 // more than a whole block.
 constexpr int EDGE_BACK = BLOCK_SIZE + 1;
 
+std::size_t DirectionGridCells(int w, int h)
+{
+    return static_cast<std::size_t>(w / CELL + GRID_EXTRA) * static_cast<std::size_t>(h / CELL + GRID_EXTRA);
+}
+
 } // namespace
 
+bool ReserveDirectionMemory(WorkMemory& memory, int w, int h)
+{
+    return memory.Reserve(WorkBuffer::DirectionGrid, DirectionGridCells(w, h));
+}
+
 int Directions(unsigned char* img, int w, int h, signed char* map, int param)
+{
+    WorkMemory memory(WorkMemory::ONE_OFF);
+    return MapDirections(img, w, h, map, param, memory);
+}
+
+int MapDirections(unsigned char* img, int w, int h, signed char* map, int param, WorkMemory& memory)
 {
     assert(w >= 0 && h >= 0);
     const int bw = w / BLOCK_SIZE;
@@ -37,10 +51,11 @@ int Directions(unsigned char* img, int w, int h, signed char* map, int param)
     std::memset(map, 0, static_cast<size_t>(bw) * static_cast<size_t>(bh));
 
     const int gw = w / CELL + GRID_EXTRA;
-    const int gh = h / CELL + GRID_EXTRA;
-    std::unique_ptr<unsigned char[]> grid(new (std::nothrow) unsigned char[static_cast<size_t>(gw) * gh]());
+    const std::size_t gridCells = DirectionGridCells(w, h);
+    WorkLease<unsigned char> grid(memory, WorkBuffer::DirectionGrid, gridCells);
     if (!grid)
         return 1;
+    std::memset(grid.get(), 0, gridCells);
 
     // Probe pass; an image of 96 rows or columns or less has no probe.
     int hits = 0;

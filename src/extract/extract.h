@@ -5,6 +5,10 @@
 
 #include <kovral.h>
 
+#include <cstddef>
+
+#include "work_memory.h"
+
 // Cuts fingers 0..count-1 out of the w x h image into outBufs[i] (outW x outH
 // bytes each), turned upright, and writes their centres (source pixels) into
 // centres. boxes are in pixels (right and bottom one past the last) and are
@@ -22,6 +26,14 @@ KOVRAL_API int GetRoatedFp(unsigned char* img, int w, int h, signed char* work, 
                            int* angles, signed char* labels, unsigned char bkGray, unsigned char** outBufs, int outW,
                            int outH, tagPOINT* centres);
 
+// GetRoatedFp with its turned buffers taken from memory.
+int CutFingers(unsigned char* img, int w, int h, signed char* work, int count, tagRECT* boxes, int* angles,
+               signed char* labels, unsigned char bkGray, unsigned char** outBufs, int outW, int outH,
+               tagPOINT* centres, WorkMemory& memory);
+
+// Reserves in memory what CutFingers takes for images up to w x h.
+bool ReserveCutMemory(WorkMemory& memory, int w, int h);
+
 // Writes the centre of fingers 0..count-1 into centres: the box's middle row
 // (or an outH window starting 8 pixels above a tall box), and the middle of
 // the finger's label run in that block row of work (bw columns). bh, angles
@@ -36,6 +48,6 @@ KOVRAL_API void CutImageBuf(unsigned char* dst, int dw, int dh, unsigned char* s
 
 // Widens boxes 0..n-1 by 16 pixels on every side, clamped to 2..w-3 and
 // 2..h16-3.
-KOVRAL_API void WidenFingerBoxes(tagRECT* boxes, int n, int w, int h16);
+void WidenFingerBoxes(tagRECT* boxes, int n, int w, int h16);
 
 #endif

@@ -12,8 +12,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <immintrin.h>
-#include <memory>
-#include <new>
 
 namespace {
 
@@ -47,6 +45,12 @@ TurnedSize SizeTurned(const tagRECT& box, Turn t, int outW, int outH)
     ow = std::max((ow + WIDTH_ALIGN - 1) / WIDTH_ALIGN * WIDTH_ALIGN, outW);
     const int oh = std::max((ey >> FIXED_SHIFT) + TURN_MARGIN, outH);
     return {ow, oh};
+}
+
+// Bytes of the two work rows of a turned image ow cells wide.
+std::size_t TurnedRowsBytes(int ow)
+{
+    return 2 * static_cast<std::size_t>(ow);
 }
 
 // Floor of p / q for q > 0.
@@ -242,12 +246,13 @@ private:
 // every 16th column - and writes the finger buffer: its middle column on the
 // buffer's middle column, the band below its top centred vertically, bkGray
 // around. Only the lattice and the cells copied are computed. Returns false
-// when a work row cannot be allocated.
-bool PlaceContent(const Turner& turned, unsigned char bkGray, unsigned char* fp, int outW, int outH)
+// when its work rows cannot be had from memory.
+bool PlaceContent(const Turner& turned, unsigned char bkGray, unsigned char* fp, int outW, int outH,
+                  WorkMemory& memory)
 {
     const int ow = turned.Width();
     const int oh = turned.Height();
-    std::unique_ptr<unsigned char[]> cells(new (std::nothrow) unsigned char[2 * static_cast<std::size_t>(ow)]);
+    WorkLease<unsigned char> cells(memory, WorkBuffer::TurnedFinger, TurnedRowsBytes(ow));
     if (!cells)
         return false;
     unsigned char* content = cells.get() + ow; // per column: content on a lattice row
@@ -301,9 +306,27 @@ bool PlaceContent(const Turner& turned, unsigned char bkGray, unsigned char* fp,
 
 } // namespace
 
+bool ReserveCutMemory(WorkMemory& memory, int w, int h)
+{
+    // Boxes lie inside the image and finger buffers are no larger than it.
+    const tagRECT box{0, 0, w, h};
+    std::size_t most = 0;
+    for (int angle = 0; angle < 2 * UPRIGHT; angle++)
+        most = std::max(most, TurnedRowsBytes(SizeTurned(box, FixedTurnOf(CutTurn(angle)), w, h).ow));
+    return memory.Reserve(WorkBuffer::TurnedFinger, most);
+}
+
 int GetRoatedFp(unsigned char* img, int w, int h, signed char* work, int count, tagRECT* boxes, int* angles,
                 signed char* labels, unsigned char bkGray, unsigned char** outBufs, int outW, int outH,
                 tagPOINT* centres)
+{
+    WorkMemory memory(WorkMemory::ONE_OFF);
+    return CutFingers(img, w, h, work, count, boxes, angles, labels, bkGray, outBufs, outW, outH, centres, memory);
+}
+
+int CutFingers(unsigned char* img, int w, int h, signed char* work, int count, tagRECT* boxes, int* angles,
+               signed char* labels, unsigned char bkGray, unsigned char** outBufs, int outW, int outH,
+               tagPOINT* centres, WorkMemory& memory)
 {
     const int bw = w / BLOCK_SIZE;
     const int bh = (h + BLOCK_SIZE - 1) / BLOCK_SIZE;
@@ -326,7 +349,7 @@ int GetRoatedFp(unsigned char* img, int w, int h, signed char* work, int count, 
         }
         const Turn t = FixedTurnOf(CutTurn(angles[i]));
         const Turner turned(img, w, h, boxes[i], t, SizeTurned(boxes[i], t, outW, outH), bkGray);
-        if (!PlaceContent(turned, bkGray, outBufs[i], outW, outH))
+        if (!PlaceContent(turned, bkGray, outBufs[i], outW, outH, memory))
             return 0;
     }
     return 1;

@@ -9,7 +9,6 @@
 #include <climits>
 #include <cstring>
 #include <emmintrin.h>
-#include <memory>
 
 namespace {
 
@@ -70,16 +69,22 @@ private:
 class ProbeGrid
 {
 public:
-    ProbeGrid(const unsigned char* image, int width, int height, int threshold)
-        : columns_(width / BAND), counts_(std::make_unique<unsigned char[]>(Cells(width, height)))
+    // Its three arrays come from memory; without them the grid is not ok().
+    ProbeGrid(const unsigned char* image, int width, int height, int threshold, WorkMemory& memory)
+        : columns_(width / BAND), counts_(memory, WorkBuffer::MaskProbeCounts, Cells(width, height))
     {
         const int rows = height / BAND;
         // Dark pixels per column over the window's rows, stored from
         // PROBE_RADIUS on with zeros around, so that the window sums of every
         // column are plain vector loads.
         const std::size_t padded = static_cast<std::size_t>(width) + 2 * PROBE_RADIUS + VECTOR;
-        auto columnDark = std::make_unique<unsigned char[]>(padded);
-        auto windowDark = std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(width) + VECTOR);
+        WorkLease<unsigned char> columnDark(memory, WorkBuffer::MaskColumnDark, padded);
+        WorkLease<unsigned char> windowDark(memory, WorkBuffer::MaskWindowDark, static_cast<std::size_t>(width) + VECTOR);
+        if (!counts_ || !columnDark || !windowDark)
+            return;
+        ok_ = true;
+        std::memset(counts_.get(), 0, Cells(width, height));
+        std::memset(columnDark.get(), 0, padded);
         const __m128i highest = _mm_set1_epi8(static_cast<char>(threshold - 1));
         const __m128i one = _mm_set1_epi8(1);
         for (int b = 1; b < rows; b++) {
@@ -113,19 +118,23 @@ public:
         }
     }
 
+    bool ok() const { return ok_; }
+
     // Probe count at column BAND * a, row BAND * b (a, b >= 1).
     int DarkCount(int a, int b) const { return counts_[static_cast<std::size_t>(b) * columns_ + a]; }
 
-private:
-    static constexpr int VECTOR = 16;
-
+    // Bytes of the grid of a width x height image.
     static std::size_t Cells(int width, int height)
     {
         return static_cast<std::size_t>(width / BAND) * static_cast<std::size_t>(height / BAND);
     }
 
+    static constexpr int VECTOR = 16;
+
+private:
     int columns_;
-    std::unique_ptr<unsigned char[]> counts_;
+    WorkLease<unsigned char> counts_;
+    bool ok_ = false;
 };
 
 int DarkThreshold(const unsigned char* image, std::size_t pixels)
@@ -184,14 +193,16 @@ void MergeBands(const int* bands, int bandCount, int lowStart, int highStart, in
 // rightmost and strictly inside their column's (top, bottom) reach, 255
 // elsewhere. Row by row, eight columns to a vector: the reach is held in 16
 // bits, so taller images take the pixel by pixel way.
-void KeepInside(const unsigned char* source, int width, int height, int leftmost, int rightmost, const int* reach,
-                unsigned char* destination)
+bool KeepInside(const unsigned char* source, int width, int height, int leftmost, int rightmost, const int* reach,
+                unsigned char* destination, WorkMemory& memory)
 {
     constexpr int VECTOR = 16;
     const bool narrowReach = height < INT16_MAX;
     // Columns outside the span get a reach that no row is inside.
-    auto top = std::make_unique_for_overwrite<std::int16_t[]>(static_cast<std::size_t>(width) + VECTOR);
-    auto bottom = std::make_unique_for_overwrite<std::int16_t[]>(static_cast<std::size_t>(width) + VECTOR);
+    WorkLease<std::int16_t> top(memory, WorkBuffer::MaskKeepTop, static_cast<std::size_t>(width) + VECTOR);
+    WorkLease<std::int16_t> bottom(memory, WorkBuffer::MaskKeepBottom, static_cast<std::size_t>(width) + VECTOR);
+    if (!top || !bottom)
+        return false;
     for (int c = 0; c < width; c++) {
         const bool inSpan = leftmost < c && c < rightmost && narrowReach;
         top[c] = inSpan ? static_cast<std::int16_t>(reach[2 * c]) : INT16_MAX;
@@ -224,25 +235,58 @@ void KeepInside(const unsigned char* source, int width, int height, int leftmost
             to[c] = keep ? from[c] : WHITE;
         }
     }
+    return true;
 }
 
 } // namespace
 
+bool ReserveMaskMemory(WorkMemory& memory, int width, int height)
+{
+    const std::size_t w = static_cast<std::size_t>(width);
+    const std::size_t h = static_cast<std::size_t>(height);
+    constexpr std::size_t VECTOR = ProbeGrid::VECTOR;
+    return memory.Reserve(WorkBuffer::MaskRowBands, sizeof(int) * h)
+           && memory.Reserve(WorkBuffer::MaskColumnBands, sizeof(int) * w)
+           && memory.Reserve(WorkBuffer::MaskRowReach, 2 * sizeof(int) * h)
+           && memory.Reserve(WorkBuffer::MaskColumnReach, 2 * sizeof(int) * w)
+           && memory.Reserve(WorkBuffer::MaskProbeCounts, ProbeGrid::Cells(width, height))
+           && memory.Reserve(WorkBuffer::MaskColumnDark, w + 2 * PROBE_RADIUS + VECTOR)
+           && memory.Reserve(WorkBuffer::MaskWindowDark, w + VECTOR)
+           && memory.Reserve(WorkBuffer::MaskKeepTop, sizeof(std::int16_t) * (w + VECTOR))
+           && memory.Reserve(WorkBuffer::MaskKeepBottom, sizeof(std::int16_t) * (w + VECTOR));
+}
+
 void FindTheFpGrad(const unsigned char* source, int width, int height, unsigned char* destination)
+{
+    WorkMemory memory(WorkMemory::ONE_OFF);
+    MaskFingerArea(source, width, height, destination, memory);
+}
+
+bool MaskFingerArea(const unsigned char* source, int width, int height, unsigned char* destination,
+                    WorkMemory& memory)
 {
     assert(source != nullptr && destination != nullptr && source != destination);
     if (width < MIN_SIDE || height < MIN_SIDE) {
         if (width > 0 && height > 0)
             std::memset(destination, WHITE, static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-        return;
+        return true;
     }
     const std::size_t pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
     // (left, right) per row band, (top, bottom) per column band, and the same
-    // pairs per row and per column.
-    auto rowBands = std::make_unique_for_overwrite<int[]>(static_cast<std::size_t>(height));
-    auto columnBands = std::make_unique_for_overwrite<int[]>(static_cast<std::size_t>(width));
-    auto rowReach = std::make_unique_for_overwrite<int[]>(2 * static_cast<std::size_t>(height));
-    auto columnReach = std::make_unique_for_overwrite<int[]>(2 * static_cast<std::size_t>(width));
+    // pairs per row and per column; taken one after the other, and without
+    // all four nothing is written.
+    WorkLease<int> rowBands(memory, WorkBuffer::MaskRowBands, static_cast<std::size_t>(height));
+    if (!rowBands)
+        return false;
+    WorkLease<int> columnBands(memory, WorkBuffer::MaskColumnBands, static_cast<std::size_t>(width));
+    if (!columnBands)
+        return false;
+    WorkLease<int> rowReach(memory, WorkBuffer::MaskRowReach, 2 * static_cast<std::size_t>(height));
+    if (!rowReach)
+        return false;
+    WorkLease<int> columnReach(memory, WorkBuffer::MaskColumnReach, 2 * static_cast<std::size_t>(width));
+    if (!columnReach)
+        return false;
     for (int r = 0; r < height; r++) {
         rowReach[2 * r] = width - 1;
         rowReach[2 * r + 1] = 0;
@@ -271,7 +315,9 @@ void FindTheFpGrad(const unsigned char* source, int width, int height, unsigned 
         }
     }
 
-    const ProbeGrid grid(source, width, height, threshold);
+    const ProbeGrid grid(source, width, height, threshold, memory);
+    if (!grid.ok())
+        return false;
 
     // Row bands: sideways from the centre column. Column and row 0 are never
     // probed; band 0 copies band 1.
@@ -311,5 +357,5 @@ void FindTheFpGrad(const unsigned char* source, int width, int height, unsigned 
         rightmost = std::max(rightmost, rowReach[2 * r + 1]);
     }
 
-    KeepInside(source, width, height, leftmost, rightmost, columnReach.get(), destination);
+    return KeepInside(source, width, height, leftmost, rightmost, columnReach.get(), destination, memory);
 }

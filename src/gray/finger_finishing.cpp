@@ -1,5 +1,5 @@
-// The last step of a split for each finger: whiten its surroundings, score
-// it and fill its record.
+// The last step of a split for each finger: whiten its surroundings and
+// score it.
 #include "gray/gray.h"
 
 #include <cstddef>
@@ -39,25 +39,28 @@ void WhitenInto(const unsigned char* from, std::size_t size, unsigned char* to)
 
 } // namespace
 
-void FinishFingers(KOVRAL_INFO_* pInfo, int n, int outW, int outH, const tagPOINT* centres, const int* angles,
-                   unsigned char* scratch)
+bool ReserveCleaningMemory(WorkMemory& memory, int width, int height)
+{
+    return memory.Reserve(WorkBuffer::FingerScratch, static_cast<std::size_t>(width) * static_cast<std::size_t>(height))
+           && ReserveMaskMemory(memory, width, height);
+}
+
+bool CleanFingers(unsigned char* const* fingers, int count, int outW, int outH, const tagPOINT* centres,
+                  std::uint8_t* quality, WorkMemory& memory)
 {
     const std::size_t size = static_cast<std::size_t>(outW) * static_cast<std::size_t>(outH);
-    // The records are written only once every finger is cleaned: a cleaning
-    // that cannot get memory throws, and then no record has been touched.
-    uint8_t quality[KOVRAL_MAX_RECORDS] = {};
-    for (int i = 0; i < n; i++) {
-        unsigned char* finger = pInfo[i].pFpImg;
+    // One cleaned copy serves every finger.
+    WorkLease<unsigned char> scratch(memory, WorkBuffer::FingerScratch, size);
+    if (!scratch)
+        return false;
+    for (int i = 0; i < count; i++) {
+        unsigned char* finger = fingers[i];
         // Mask into the scratch buffer, whitened on the way back: cleaned in place.
-        FindTheFpGrad(finger, outW, outH, scratch);
-        WhitenInto(scratch, size, finger);
+        if (!MaskFingerArea(finger, outW, outH, scratch.get(), memory))
+            return false;
+        WhitenInto(scratch.get(), size, finger);
         // The score keeps its low eight bits.
-        quality[i] = InCentreArea(centres[i]) ? static_cast<uint8_t>(GetQuality(finger, outW, outH)) : 0;
+        quality[i] = InCentreArea(centres[i]) ? static_cast<std::uint8_t>(GetQuality(finger, outW, outH)) : 0;
     }
-    for (int i = 0; i < n; i++) {
-        pInfo[i].x = centres[i].x;
-        pInfo[i].y = centres[i].y;
-        pInfo[i].angle = angles[i];
-        pInfo[i].quality = quality[i];
-    }
+    return true;
 }

@@ -9,7 +9,6 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 #include <utility>
 
 namespace {
@@ -86,7 +85,20 @@ void OrderByTurnedLeft(Slot* slots, int n)
 
 } // namespace
 
+bool ReserveLocateMemory(WorkMemory& memory, int bw, int bh)
+{
+    return memory.Reserve(WorkBuffer::CentredMap, static_cast<std::size_t>(bw) * static_cast<std::size_t>(bh))
+           && memory.Reserve(WorkBuffer::TurnedMap, TurnedMapCells(bw, bh));
+}
+
 int FindFpPos(signed char* map, int bw, int bh, signed char* work, tagRECT* boxes, int* angles, signed char* labels)
+{
+    WorkMemory memory(WorkMemory::ONE_OFF);
+    return LocateFingers(map, bw, bh, work, boxes, angles, labels, memory);
+}
+
+int LocateFingers(signed char* map, int bw, int bh, signed char* work, tagRECT* boxes, int* angles,
+                  signed char* labels, WorkMemory& memory)
 {
     if (bw <= 0 || bh <= 0)
         return 0;
@@ -110,13 +122,13 @@ int FindFpPos(signed char* map, int bw, int bh, signed char* work, tagRECT* boxe
     for (int label = FIRST_LABEL; label <= lastLabel && n < MAX_SLOTS; label++) {
         Slot& slot = slots[n];
         const signed char l = static_cast<signed char>(label);
-        const int angle = GetFpPos(work, bw, bh, l, &slot.box, true);
+        const int angle = MeasureRegion(work, bw, bh, l, &slot.box, true, memory);
         if (slot.box.right <= slot.box.left)
             continue;
         if ((slot.box.bottom - slot.box.top) * BLOCK_SIZE > LONG_REGION_PIXELS) {
             // The cut region keeps the angle measured before the cut.
             CutLongFpDrct(work, bw, bh, l, slot.box);
-            GetFpPos(work, bw, bh, l, &slot.box, false);
+            MeasureRegion(work, bw, bh, l, &slot.box, false, memory);
         }
         slot.label = l;
         slot.angle = angle;
@@ -136,13 +148,14 @@ int FindFpPos(signed char* map, int bw, int bh, signed char* work, tagRECT* boxe
     int oh = 0;
     GetRoatedDrctSize(bw, bh, theta, ow, oh);
     const std::size_t turnedCells = static_cast<std::size_t>(ow) * static_cast<std::size_t>(oh);
-    signed char* turnedMap = new (std::nothrow) signed char[turnedCells];
-    if (turnedMap == nullptr)
-        return 0;
-    RoatedHoleDrct(work, bw, bh, theta, turnedMap, ow, oh);
-    for (int i = 0; i < n; i++)
-        GetFpPos(turnedMap, ow, oh, slots[i].label, &slots[i].turned, false);
-    delete[] turnedMap;
+    {
+        WorkLease<signed char> turnedMap(memory, WorkBuffer::TurnedMap, turnedCells);
+        if (!turnedMap)
+            return 0;
+        RoatedHoleDrct(work, bw, bh, theta, turnedMap.get(), ow, oh);
+        for (int i = 0; i < n; i++)
+            MeasureRegion(turnedMap.get(), ow, oh, slots[i].label, &slots[i].turned, false, memory);
+    }
 
     DropStacked(slots, n);
     DropFarBelow(slots, n);

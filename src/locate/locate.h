@@ -7,6 +7,10 @@
 
 #include <kovral.h>
 
+#include <cstddef>
+
+#include "work_memory.h"
+
 // Lowest and highest region label.
 constexpr signed char FIRST_LABEL = 9;
 constexpr signed char LAST_LABEL = 126;
@@ -43,6 +47,10 @@ KOVRAL_API int GetRctXWidth(signed char* map, int w, int h, signed char label);
 // if that fails the box is still written and 90 returned.
 KOVRAL_API int GetFpPos(signed char* map, int w, int h, signed char label, tagRECT* rect, bool bGetAngle);
 
+// GetFpPos with its work map taken from memory (w x h bytes).
+int MeasureRegion(signed char* map, int w, int h, signed char label, tagRECT* rect, bool bGetAngle,
+                  WorkMemory& memory);
+
 // Cuts a region taller than 38 block rows down to its top 37 rows, in place,
 // and writes the box of what remains into rect. Shorter regions: no change.
 KOVRAL_API void CutLongFpDrct(signed char* map, int w, int h, signed char label, tagRECT& rect);
@@ -64,5 +72,15 @@ KOVRAL_API void RoatedHoleDrct(signed char* work, int bw, int bh, int theta, sig
 // (0..10); 0 also when the turned map cannot be allocated.
 KOVRAL_API int FindFpPos(signed char* map, int bw, int bh, signed char* work, tagRECT* boxes, int* angles,
                          signed char* labels);
+
+// FindFpPos with its work maps taken from memory.
+int LocateFingers(signed char* map, int bw, int bh, signed char* work, tagRECT* boxes, int* angles,
+                  signed char* labels, WorkMemory& memory);
+
+// Reserves in memory what LocateFingers takes for maps up to bw x bh.
+bool ReserveLocateMemory(WorkMemory& memory, int bw, int bh);
+
+// Bytes of the largest turned working map of a bw x bh map.
+std::size_t TurnedMapCells(int bw, int bh);
 
 #endif

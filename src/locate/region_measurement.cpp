@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstring>
 #include <emmintrin.h>
-#include <new>
 
 namespace {
 
@@ -226,15 +225,23 @@ int GetRctXWidth(signed char* map, int w, int h, signed char label)
 
 int GetFpPos(signed char* map, int w, int h, signed char label, tagRECT* rect, bool bGetAngle)
 {
+    WorkMemory memory(WorkMemory::ONE_OFF);
+    return MeasureRegion(map, w, h, label, rect, bGetAngle, memory);
+}
+
+int MeasureRegion(signed char* map, int w, int h, signed char label, tagRECT* rect, bool bGetAngle,
+                  WorkMemory& memory)
+{
     assert(w > 0 && h > 0);
     GetHVMinRect(map, w, h, label, *rect);
     if (rect->left >= rect->right || !bGetAngle)
         return UPRIGHT;
 
     const std::size_t cells = static_cast<std::size_t>(w) * static_cast<std::size_t>(h);
-    signed char* centred = new (std::nothrow) signed char[cells];
-    if (centred == nullptr)
+    WorkLease<signed char> lease(memory, WorkBuffer::CentredMap, cells);
+    if (!lease)
         return UPRIGHT; // without a work map the box stands and the region counts as upright
+    signed char* centred = lease.get();
     std::memset(centred, 0, cells);
     const long long mx = (static_cast<long long>(rect->left) + rect->right) / 2;
     const long long my = (static_cast<long long>(rect->top) + rect->bottom) / 2;
@@ -259,7 +266,6 @@ int GetFpPos(signed char* map, int w, int h, signed char label, tagRECT* rect, b
         }
         prevWidth = width;
     }
-    delete[] centred;
 
     // Only a streak that lasts to the last turn survives; it pulls best back.
     if (run != 0)

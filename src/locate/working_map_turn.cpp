@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstddef>
 #include <cstdlib>
 
 void GetRoatedDrctSize(int bw, int bh, int theta, int& ow, int& oh)
@@ -24,6 +25,19 @@ void GetRoatedDrctSize(int bw, int bh, int theta, int& ow, int& oh)
                                std::abs(ForwardY(t, right, top) - ForwardY(t, left, bottom)));
     ow = (spanX >> FIXED_SHIFT) + TURN_MARGIN;
     oh = (spanY >> FIXED_SHIFT) + TURN_MARGIN;
+}
+
+std::size_t TurnedMapCells(int bw, int bh)
+{
+    // The mean angle of regions measured at 0..179 degrees, less upright.
+    std::size_t most = 0;
+    for (int theta = -UPRIGHT; theta < UPRIGHT; theta++) {
+        int ow = 0;
+        int oh = 0;
+        GetRoatedDrctSize(bw, bh, theta, ow, oh);
+        most = std::max(most, static_cast<std::size_t>(ow) * static_cast<std::size_t>(oh));
+    }
+    return most;
 }
 
 void RoatedHoleDrct(signed char* work, int bw, int bh, int theta, signed char* out, int ow, int oh)

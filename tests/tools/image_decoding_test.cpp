@@ -8,7 +8,7 @@
 
 namespace {
 
-using kovral_split::PixelSize;
+using kovral_tool::PixelSize;
 
 TEST(SlapDecoding, SizesAndRawFiles)
 {
@@ -34,9 +34,9 @@ TEST(SlapDecoding, SizesAndRawFiles)
     };
     for (const auto& [what, bytes, rawSize, error] : rows)
     {
-        kovral_split::GrayImage image;
+        kovral_tool::GrayImage image;
         std::string reason;
-        EXPECT_EQ(kovral_split::DecodeImage(bytes, rawSize, image, reason), error.empty()) << what;
+        EXPECT_EQ(kovral_tool::DecodeImage(bytes, rawSize, image, reason), error.empty()) << what;
         EXPECT_EQ(reason.substr(0, error.size()), error) << what;
         if (error.empty() || error.find("truncated") == 0)
         {

@@ -7,8 +7,8 @@
 
 namespace {
 
-using kovral_split::FingerMark;
-using kovral_split::GrayImage;
+using kovral_tool::FingerMark;
+using kovral_tool::GrayImage;
 
 TEST(OverlayDrawing, BoxOfAFingerCutAsAPlainWindow)
 {
@@ -18,7 +18,7 @@ TEST(OverlayDrawing, BoxOfAFingerCutAsAPlainWindow)
     slap.pixels.assign(static_cast<size_t>(slap.width) * slap.height, 128);
     // 60 degrees, but a 320 x 992 buffer is as high as the 992 rows used: the
     // cut copies columns 640..959, rows 0..991; the overlay is half size.
-    const auto out = kovral_split::DrawOverlay(slap, {FingerMark{800, 500, 60, 1}}, 320, 992);
+    const auto out = kovral_tool::DrawOverlay(slap, {FingerMark{800, 500, 60, 1}}, 320, 992);
     ASSERT_EQ(out.width, 800);
     const auto red = [&](int x, int y) {
         const uint8_t* p = &out.pixels[(static_cast<size_t>(y) * out.width + x) * 3];

@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 
 // Raw inputs of these tests are of this size.
-constexpr kovral_split::PixelSize kRawSize{1300, 900};
+constexpr kovral_tool::PixelSize kRawSize{1300, 900};
 
 std::string Read(const fs::path& path)
 {
@@ -62,7 +62,7 @@ protected:
             rgb.insert(rgb.end(), 3, slap.pixels[i]);
         fs::create_directories((dir_ / file).parent_path());
         std::string error, path = (dir_ / file).string();
-        ASSERT_TRUE(rgb.empty() ? kovral_split::WriteGrayImageFile(path, {w, h, slap.pixels}, error)
+        ASSERT_TRUE(rgb.empty() ? kovral_tool::WriteGrayImageFile(path, {w, h, slap.pixels}, error)
                                 : kovral_io::WriteFile(path, kovral_io::EncodeRgbPng(rgb.data(), w, h), error))
             << error;
     }
@@ -70,12 +70,12 @@ protected:
     // The summary and finger images of slap name are the library's own split of input at the
     // given finger size, and no finger image beyond the count is left.
     void ExpectLibraryResults(const std::string& input, const std::string& name,
-                              kovral_split::PixelSize size = kovral_split::kDefaultFingerSize)
+                              kovral_tool::PixelSize size = kovral_tool::kDefaultFingerSize)
     {
         SCOPED_TRACE(input);
-        kovral_split::GrayImage image;
+        kovral_tool::GrayImage image;
         std::string error;
-        ASSERT_TRUE(kovral_split::DecodeImageFile((dir_ / input).string(), kRawSize, image, error)) << error;
+        ASSERT_TRUE(kovral_tool::DecodeImageFile((dir_ / input).string(), kRawSize, image, error)) << error;
         const size_t bytes = static_cast<size_t>(size.width) * size.height;
         std::vector<uint8_t> buffers(bytes * KOVRAL_MAX_RECORDS);
         KOVRAL_INFO_ info[KOVRAL_MAX_RECORDS] = {};
@@ -90,7 +90,7 @@ protected:
         json want = {{"input", input}, {"width", image.width}, {"height", image.height},
                      {"finger_width", size.width}, {"finger_height", size.height}, {"result", result},
                      {"count", count}, {"fingers", json::array()}};
-        if (count == kovral_split::kMaxFingers)   // the meaning is only words for the judgement
+        if (count == kovral_tool::kMaxFingers)   // the meaning is only words for the judgement
             want["hand"] = {{"judgement", KOVRAL_JudegeFingers(count, info)}, {"meaning", got["hand"]["meaning"]}};
         auto finger = [&](int i) { return dir_ / "kovral-out" / (name + "_finger" + std::to_string(i + 1) + ".bmp"); };
         for (int i = 0; i < count; i++)
@@ -184,14 +184,14 @@ TEST(WorkerPool, CrashCostsOnlyItsTask)
     const pid_t parent = getpid();
     const std::string crash = "the worker process was killed by signal " + std::to_string(SIGABRT);
     std::vector<std::string> got(6);   // a task reported twice shows twice
-    kovral_split::RunInWorkers(
+    kovral_tool::RunInWorkers(
         got.size(), 2,
         [&](size_t i) {
             if (i == 1 || i == 4)
                 std::abort();
-            return kovral_split::TaskOutcome{getpid() != parent, static_cast<int>(i), " fingers"};
+            return kovral_tool::TaskOutcome{getpid() != parent, static_cast<int>(i), " fingers"};
         },
-        [&](size_t i, const kovral_split::TaskOutcome& o) {
+        [&](size_t i, const kovral_tool::TaskOutcome& o) {
             got[i] += o.ok ? std::to_string(o.fingers) + o.message : o.message.substr(0, crash.size());
         },
         [] {});

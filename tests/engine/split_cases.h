@@ -1,0 +1,104 @@
+// Generated slaps of every size class, and one split of each through
+// KOVRAL_DoSplit and through a splitter, for the tests that compare them.
+#ifndef KOVRAL_TESTS_SPLIT_CASES_H
+#define KOVRAL_TESTS_SPLIT_CASES_H
+
+#include <kovral.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "slapgen.h"
+
+namespace split_cases {
+
+struct Case
+{
+    std::string what;
+    slapgen::Slap slap;
+    int outW, outH;
+};
+
+// Every size class: smallest and largest images, heights that are not whole
+// blocks, finger buffers as wide as the image, as high as the rows used and
+// higher than them, steep and tilted hands, no finger, more than four.
+inline std::vector<Case> Cases()
+{
+    using slapgen::FourFingerHand;
+    using slapgen::Generate;
+    std::vector<Case> cases;
+    auto add = [&](std::string what, const slapgen::SlapSpec& plan, int outW, int outH) {
+        cases.push_back({std::move(what), Generate(plan), outW, outH});
+    };
+    add("upright right hand 1600 x 1000", FourFingerHand(1600, 1000, 0, true, 1), 320, 480);
+    add("left hand leaning left 1600 x 1000", FourFingerHand(1600, 1000, 22, false, 2), 320, 480);
+    add("largest image, leaning right", FourFingerHand(1600, 1500, -15, true, 4), 320, 480);
+    slapgen::SlapSpec smallest;
+    smallest.width = 256, smallest.height = 360, smallest.fingers = {{128, 180, 80, 190, 320}};
+    add("smallest image, finger as wide", smallest, 256, 360);
+    add("height 1000 not whole blocks, finger as high", FourFingerHand(1200, 1000, 10, true, 6), 256, 1000);
+    add("finger as high as the rows used", FourFingerHand(1200, 1000, 10, false, 7), 256, 992);
+    add("finger as wide as the image", FourFingerHand(800, 600, -20, true, 8), 800, 400);
+    slapgen::SlapSpec low;
+    low.width = 700, low.height = 367, low.fingers = {{200, 175, 88, 190, 320}, {480, 175, 97, 190, 320}};
+    add("height 367, finger higher than its 352 rows", low, 256, 360);
+    slapgen::SlapSpec steep;
+    steep.width = 640, steep.height = 727, steep.fingers = {{300, 360, 150, 210, 360}};
+    add("one steep finger", steep, 256, 400);
+    slapgen::SlapSpec six;
+    six.width = 1600, six.height = 900;
+    for (int i = 0; i < 6; i++)
+        six.fingers.push_back({150 + 260 * i, 420 + 30 * (i % 2), 88 + i % 3, 190, 340});
+    add("six fingers", six, 256, 360);
+    slapgen::SlapSpec empty;
+    empty.width = 600, empty.height = 500;
+    add("no finger", empty, 256, 360);
+    return cases;
+}
+
+struct Result
+{
+    int rc = 0;
+    int count = -1;
+    std::vector<int> records;                  // x, y, angle, quality of each filled finger
+    std::vector<std::vector<uint8_t>> images;  // all four finger buffers
+    bool operator==(const Result&) const = default;
+};
+
+constexpr uint8_t UNTOUCHED = 77;
+
+inline Result SplitLegacy(const Case& c)
+{
+    std::vector<std::vector<uint8_t>> buffers(KOVRAL_MAX_RECORDS, std::vector<uint8_t>(c.outW * c.outH, UNTOUCHED));
+    KOVRAL_INFO_ info[KOVRAL_MAX_RECORDS] = {};
+    for (int i = 0; i < KOVRAL_MAX_RECORDS; i++)
+        info[i].pFpImg = buffers[i].data();
+    std::vector<uint8_t> image = c.slap.pixels;
+    Result r;
+    r.rc = KOVRAL_DoSplit(image.data(), c.slap.width, c.slap.height, nullptr, c.outW, c.outH, &r.count, info);
+    for (int i = 0; i < r.count; i++)
+        r.records.insert(r.records.end(), {info[i].x, info[i].y, info[i].angle, info[i].quality});
+    buffers.resize(KOVRAL_MAX_FINGERS);
+    r.images = buffers;
+    return r;
+}
+
+inline Result SplitOn(kovral_splitter* s, const Case& c, kovral_slap_report* report = nullptr)
+{
+    std::vector<std::vector<uint8_t>> buffers(KOVRAL_MAX_FINGERS, std::vector<uint8_t>(c.outW * c.outH, UNTOUCHED));
+    kovral_finger fingers[KOVRAL_MAX_FINGERS] = {};
+    for (int i = 0; i < KOVRAL_MAX_FINGERS; i++)
+        fingers[i].image = buffers[i].data();
+    const kovral_split_options options{c.outW, c.outH, KOVRAL_LOCATOR_EXACT};
+    Result r;
+    r.rc = kovral_split(s, c.slap.pixels.data(), c.slap.width, c.slap.height, &options, fingers, &r.count, report);
+    for (int i = 0; i < r.count; i++)
+        r.records.insert(r.records.end(), {fingers[i].x, fingers[i].y, fingers[i].angle, fingers[i].quality});
+    r.images = buffers;
+    return r;
+}
+
+} // namespace split_cases
+
+#endif
