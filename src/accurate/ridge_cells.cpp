@@ -26,12 +26,41 @@ constexpr float MIN_COHERENCE = 0.3f;
 constexpr float MIN_DARK = 0.18f;      // (max - mean) / (max - min) of a window
 constexpr float MAX_DARK = 0.85f;
 
+// Sums over the samples of a cell or a window. Every sum is a whole number
+// that stays below 2^24 (at most 144 samples of at most 255^2), so it is the
+// same in any order and exact when turned into float.
 struct Sums
 {
-    float s = 0, ss = 0, gxx = 0, gyy = 0, gxy = 0;
+    int s = 0, ss = 0, gxx = 0, gyy = 0, gxy = 0;
     int n = 0;
     int lo = 255, hi = 0;
+
+    void Add(const Sums& o)
+    {
+        s += o.s;
+        ss += o.ss;
+        gxx += o.gxx;
+        gyy += o.gyy;
+        gxy += o.gxy;
+        n += o.n;
+        lo = std::min(lo, o.lo);
+        hi = std::max(hi, o.hi);
+    }
 };
+
+// Sums of each cell and its neighbours left and right (within the row), for
+// the cw cells of one row.
+void AcrossSums(const Sums* row, int cw, Sums* out)
+{
+    for (int x = 0; x < cw; x++) {
+        Sums win = row[x];
+        if (x > 0)
+            win.Add(row[x - 1]);
+        if (x + 1 < cw)
+            win.Add(row[x + 1]);
+        out[x] = win;
+    }
+}
 
 } // namespace
 
@@ -51,55 +80,56 @@ void FindRidgeCells(const uint8_t* image, int w, int h, CellMap& map)
     // Per-cell sums over the odd pixel positions, whose neighbours all exist
     // except in the last row and column of an image a multiple of 8 wide.
     std::vector<Sums> sums(cells);
+    const int xEnd = std::min(cw * CELL, w - 1);
     for (int y = 1; y < ch * CELL && y + 1 < h; y += SAMPLE_STEP) {
         const uint8_t* row = image + static_cast<std::size_t>(y) * w;
         const uint8_t* up = row - w;
         const uint8_t* down = row + w;
         Sums* cellRow = &sums[static_cast<std::size_t>(y / CELL) * cw];
-        for (int x = 1; x < cw * CELL && x + 1 < w; x += SAMPLE_STEP) {
-            const float p = row[x];
-            const float gx = static_cast<float>(row[x + 1]) - row[x - 1];
-            const float gy = static_cast<float>(down[x]) - up[x];
-            Sums& c = cellRow[x / CELL];
-            c.s += p;
-            c.ss += p * p;
-            c.gxx += gx * gx;
-            c.gyy += gy * gy;
-            c.gxy += gx * gy;
-            c.n++;
-            c.lo = std::min(c.lo, static_cast<int>(row[x]));
-            c.hi = std::max(c.hi, static_cast<int>(row[x]));
+        for (int x0 = 0; x0 < xEnd; x0 += CELL) {
+            Sums c;
+            for (int x = x0 + 1; x < std::min(x0 + CELL, xEnd); x += SAMPLE_STEP) {
+                const int p = row[x];
+                const int gx = row[x + 1] - row[x - 1];
+                const int gy = down[x] - up[x];
+                c.s += p;
+                c.ss += p * p;
+                c.gxx += gx * gx;
+                c.gyy += gy * gy;
+                c.gxy += gx * gy;
+                c.n++;
+                c.lo = std::min(c.lo, p);
+                c.hi = std::max(c.hi, p);
+            }
+            cellRow[x0 / CELL].Add(c);
         }
     }
 
-    // Window features.
+    // The 3 x 3 window of every cell: sums across each row once, then
+    // three of those rows down.
+    std::vector<Sums> across(cells);
+    for (int cy = 0; cy < ch; cy++)
+        AcrossSums(&sums[static_cast<std::size_t>(cy) * cw], cw, &across[static_cast<std::size_t>(cy) * cw]);
     std::vector<float> ratio(cells, 0.0f), coherence(cells, 0.0f);
     for (int cy = 0; cy < ch; cy++)
         for (int cx = 0; cx < cw; cx++) {
             Sums win;
             for (int y = std::max(cy - 1, 0); y <= std::min(cy + 1, ch - 1); y++)
-                for (int x = std::max(cx - 1, 0); x <= std::min(cx + 1, cw - 1); x++) {
-                    const Sums& c = sums[static_cast<std::size_t>(y) * cw + x];
-                    win.s += c.s;
-                    win.ss += c.ss;
-                    win.gxx += c.gxx;
-                    win.gyy += c.gyy;
-                    win.gxy += c.gxy;
-                    win.n += c.n;
-                    win.lo = std::min(win.lo, c.lo);
-                    win.hi = std::max(win.hi, c.hi);
-                }
+                win.Add(across[static_cast<std::size_t>(y) * cw + cx]);
             const std::size_t i = static_cast<std::size_t>(cy) * cw + cx;
             if (win.n == 0)
                 continue;
-            const float mean = win.s / win.n;
-            const float var = std::max(win.ss / win.n - mean * mean, 0.0f);
-            const float energy = win.gxx + win.gyy;
+            const float n = static_cast<float>(win.n);
+            const float gxx = static_cast<float>(win.gxx);
+            const float gyy = static_cast<float>(win.gyy);
+            const float gxy = static_cast<float>(win.gxy);
+            const float mean = static_cast<float>(win.s) / n;
+            const float var = std::max(static_cast<float>(win.ss) / n - mean * mean, 0.0f);
+            const float energy = gxx + gyy;
             map.contrast[i] = std::sqrt(var);
-            ratio[i] = var > 0.0f ? energy / win.n / var : 0.0f;
-            coherence[i] = energy > 0.0f
-                ? std::sqrt((win.gxx - win.gyy) * (win.gxx - win.gyy) + 4.0f * win.gxy * win.gxy) / energy
-                : 0.0f;
+            ratio[i] = var > 0.0f ? energy / n / var : 0.0f;
+            coherence[i] =
+                energy > 0.0f ? std::sqrt((gxx - gyy) * (gxx - gyy) + 4.0f * gxy * gxy) / energy : 0.0f;
             map.dark[i] = win.hi > win.lo ? (win.hi - mean) / static_cast<float>(win.hi - win.lo) : 0.5f;
         }
 

@@ -7,6 +7,8 @@
 
 #include <kovral.h>
 
+#include "accurate/accurate.h"
+
 namespace reference {
 
 unsigned char BlockDrct1(const unsigned char* img, int w, int h, int x, int y);
@@ -20,6 +22,8 @@ int GetFpPos(signed char* map, int w, int h, signed char label, tagRECT* rect, b
 int GetRoatedFp(unsigned char* img, int w, int h, signed char* work, int count, tagRECT* boxes, int* angles,
                 signed char* labels, unsigned char bkGray, unsigned char** outBufs, int outW, int outH,
                 tagPOINT* centres);
+
+void FindRidgeCells(const uint8_t* image, int w, int h, accurate::CellMap& map);
 
 } // namespace reference
 
