@@ -88,7 +88,7 @@ def main():
     ap.add_argument("--min-time", default="0.3")
     ap.add_argument("--callgrind", action="store_true")
     ap.add_argument("--json", help="write the medians and ratios here")
-    ap.add_argument("--keep", help="build the earlier commit here and keep it (reused when present)")
+    ap.add_argument("--keep", help="build the earlier commit here and keep it (reused by later runs for the same commit)")
     a = ap.parse_args()
 
     top = subprocess.run(["git", "rev-parse", "--show-toplevel"], check=True, capture_output=True,
@@ -96,10 +96,17 @@ def main():
     work = a.keep or tempfile.mkdtemp(prefix="kovral-compare-")
     try:
         old_src = os.path.join(work, "src")
+        commit = subprocess.run(["git", "-C", top, "rev-parse", a.commit], check=True, capture_output=True,
+                                text=True).stdout.strip()
+        stamp = os.path.join(work, "commit")
+        if os.path.isdir(old_src) and open(stamp).read() != commit:
+            sys.exit(f"{work} holds another commit; give --keep a fresh directory")
         if not os.path.isdir(old_src):
             os.makedirs(old_src)
-            archive = subprocess.run(["git", "-C", top, "archive", a.commit], check=True, capture_output=True).stdout
+            archive = subprocess.run(["git", "-C", top, "archive", commit], check=True, capture_output=True).stdout
             run(["tar", "-x", "-C", old_src], input=archive)
+            with open(stamp, "w") as f:
+                f.write(commit)
         print(f"building {a.commit} and the current tree (Release) ...", file=sys.stderr)
         cmake_build(old_src, os.path.join(work, "lib"), ["-DKOVRAL_BUILD_BENCH=OFF"], "kovral")
         old_lib = find_library(os.path.join(work, "lib"))
