@@ -25,6 +25,8 @@ const char* const kExamples = R"(Examples:
       a headerless 8-bit gray file of 1600 x 1000 pixels
   kovral-split --finger-size 400x560 --force slap.pgm
       larger finger images, replacing earlier results
+  kovral-split -r scans/ --report review.html
+      also a page to look through the batch in a browser, failures first
 
 Outputs per slap NAME: NAME_finger1.bmp .. NAME_finger4.bmp (left to right),
 NAME.json (sizes, result code, per finger centre, angle, quality and file,
@@ -101,6 +103,10 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
                    "Finger image size (default 320x480, reduced to a smaller image's width or height)")
         ->type_name("WxH")->check(CheckPixelSize);
     app.add_flag("-q,--quiet", options.quiet, "Print only errors and the summary line");
+    app.add_option("--report", options.report,
+                   "Also write a review page of the batch: one HTML file with every slap's overlay, fingers, "
+                   "quality and flags, failures first (implies --overlay)")
+        ->type_name("FILE.html");
 
     try
     {

@@ -125,14 +125,16 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
     }
 
     std::string summaryPath = SummaryPath(options_, input.name);
+    nlohmann::ordered_json json = SummaryJson(summary);
     auto writeJson = [&](const std::string& file) {
         std::ofstream out(file);
-        out << SummaryJson(summary).dump(kJsonIndent, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+        out << json.dump(kJsonIndent, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
         out.close();
         return static_cast<bool>(out);
     };
     if (!WriteOutput(summaryPath, writeJson, error))
         return outcome;
+    outcome.record = json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 
     if (options_.overlay)
     {

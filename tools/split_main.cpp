@@ -2,6 +2,7 @@
 #include "cli_options.h"
 #include "input_files.h"
 #include "progress_display.h"
+#include "review_page.h"
 #include "slap_job.h"
 #include "slap_outputs.h"
 #include "worker_pool.h"
@@ -60,6 +61,17 @@ int main(int argc, char** argv)
     }
     else
         inputs = CollectInputs(options.inputs, options.recursive);
+    if (!options.report.empty())
+    {
+        std::error_code ec;
+        if (!options.force && std::filesystem::exists(std::filesystem::symlink_status(options.report, ec)))
+        {
+            std::fprintf(stderr, "kovral-split: %s exists (--force replaces it)\n", options.report.c_str());
+            return kFailed;
+        }
+        options.overlay = true;
+    }
+    std::vector<TaskOutcome> outcomes(inputs.size());
 
     Progress progress(inputs.size(), options.quiet || sample);
     std::vector<size_t> runnable;
@@ -68,7 +80,10 @@ int main(int argc, char** argv)
         if (inputs[i].error.empty())
             runnable.push_back(i);
         else
-            progress.Done(Label(inputs[i]), {false, 0, inputs[i].error});
+        {
+            outcomes[i] = {false, 0, inputs[i].error};
+            progress.Done(Label(inputs[i]), outcomes[i]);
+        }
     }
 
     // Each worker process initialises the library once, at its first slap.
@@ -78,15 +93,30 @@ int main(int argc, char** argv)
             splitter = std::make_unique<SlapSplitter>(options);
         return splitter->Split(inputs[runnable[k]]);
     };
-    auto report = [&](size_t k, const TaskOutcome& outcome) { progress.Done(Label(inputs[runnable[k]]), outcome); };
+    auto report = [&](size_t k, const TaskOutcome& outcome) {
+        outcomes[runnable[k]] = outcome;
+        progress.Done(Label(inputs[runnable[k]]), outcome);
+    };
     int jobs = static_cast<int>(std::min<size_t>(static_cast<size_t>(options.jobs), runnable.size()));
     RunInWorkers(runnable.size(), jobs, task, report, [&] { progress.Tick(); });
     progress.Finish();
+
+    bool reviewWritten = true;
+    if (!options.report.empty())
+    {
+        std::vector<ReviewSlap> slaps;
+        for (size_t i = 0; i < inputs.size(); i++)
+            slaps.push_back(ReviewEntry(options, inputs[i], Label(inputs[i]), outcomes[i]));
+        std::string error;
+        reviewWritten = WriteReviewPage(options, slaps, error);
+        if (!reviewWritten)
+            std::fprintf(stderr, "kovral-split: %s\n", error.c_str());
+    }
 
     if (sample && progress.Failures() == 0)
         DescribeSampleResults(options, inputs[0], progress.Fingers());
     else
         std::printf("kovral-split: %s\n", progress.Summary().c_str());
     std::fflush(stdout);
-    return progress.Failures() == 0 ? 0 : kFailed;
+    return progress.Failures() == 0 && reviewWritten ? 0 : kFailed;
 }

@@ -75,7 +75,8 @@ bool ReadAll(int fd, void* data, size_t size)
         {
             outcome = {false, 0, std::string("internal error: ") + e.what()};
         }
-        nlohmann::json result{{"ok", outcome.ok}, {"fingers", outcome.fingers}, {"message", outcome.message}};
+        nlohmann::json result{{"ok", outcome.ok}, {"fingers", outcome.fingers}, {"message", outcome.message},
+                              {"record", outcome.record}};
         std::string line = result.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
         if (!WriteAll(resultFd, line.data(), line.size()))
             break;
@@ -212,7 +213,8 @@ private:
             worker.pending.erase(0, end + 1);
             TaskOutcome outcome{false, 0, "the worker process sent a garbled result"};
             if (line.is_object())
-                outcome = {line.value("ok", false), line.value("fingers", 0), line.value("message", "")};
+                outcome = {line.value("ok", false), line.value("fingers", 0), line.value("message", ""),
+                           line.value("record", "")};
             size_t task = worker.task;
             worker.task = kNoTask;
             fruitlessStarts_ = 0;

@@ -6,14 +6,21 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <utility>
 
 namespace kovral_tool {
 
 struct TaskOutcome
 {
-    bool ok = false;
-    int fingers = 0;
+    TaskOutcome(bool ok = false, int fingers = 0, std::string message = "", std::string record = "")
+        : ok(ok), fingers(fingers), message(std::move(message)), record(std::move(record))
+    {
+    }
+
+    bool ok;
+    int fingers;
     std::string message;   // the reason of a failure, or what was written
+    std::string record;    // the slap's JSON summary when one was written, else ""
 };
 
 using TaskFunction = std::function<TaskOutcome(size_t index)>;
