@@ -28,11 +28,11 @@ constexpr uint8_t kMarkerDht = 0xa6;   // Huffman tables
 constexpr uint8_t kMarkerDrt = 0xa7;   // restart interval
 constexpr uint8_t kMarkerCom = 0xa8;   // comment
 constexpr uint8_t kMarkerRst0 = 0xb0;  // restart markers, 0xb0..0xb7, inside entropy-coded data
+// Blocks hold subbands 0-18, 19-51 and 52-59, but their coefficients form one
+// sequence: a zero run may go on into the next block.
 constexpr int kBlocks = 3;
 constexpr int kFrameHeaderBytes = 17;
 constexpr int kQuantTableBytes = 389;
-// The first subband of each block, and the end of the last.
-constexpr int kBlockStart[kBlocks + 1] = {0, 19, 52, kCodedSubbands};
 
 uint16_t Be16(const uint8_t* p) { return uint16_t(p[0] << 8 | p[1]); }
 uint32_t Be32(const uint8_t* p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
@@ -180,7 +180,7 @@ private:
 
     const uint8_t* d_;
     size_t size_;
-    const WsqLimits& limits_;
+    const WsqLimits limits_;
     Workspace& work_;
     std::string& error_;
 

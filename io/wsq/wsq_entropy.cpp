@@ -10,7 +10,7 @@ constexpr int kLongestRunSymbol = 100;   // 1..100: a run of that many zeros
 constexpr int kPositive8 = 101;
 constexpr int kNegative8 = 102;
 constexpr int kPositive16 = 103;
-constexpr int kNegative16 = 104;
+constexpr int kNegative16 = 104;   // the last escape: 101..104 are values, 105..106 runs
 constexpr int kRun8 = 105;
 constexpr int kRun16 = 106;
 constexpr int kValueBias = 180;          // 107..254: the coefficient symbol - 180
@@ -167,6 +167,7 @@ bool DecodeBlock(const EntropyData& data, const HuffmanTable& table, int32_t* co
                 error = "WSQ: invalid coefficient symbol " + std::to_string(symbol);
                 return false;
             }
+            static_assert(kNegative16 + 1 == kRun8);
             if (symbol > kRun16)
             {
                 if (at >= count)
