@@ -110,6 +110,35 @@ bool DecodesItself(An2kCompression compression);
 bool DecodeAn2kImage(const uint8_t* data, size_t size, const An2kImageRecord& record, An2kImage& image,
                      std::string& error, const WsqLimits& limits = {});
 
+// NIST finger positions of the fingers a split found in a slap.
+struct FingerPositions
+{
+    std::vector<int> codes;          // per finger, left to right in the image; 0 = unknown
+    enum class Hand
+    {
+        Record,      // from the record's finger position (13, 14, 15)
+        Judgement,   // from the hand judgement of a four-finger result
+        Unknown
+    } handFrom = Hand::Unknown;
+    std::string reason;              // why the codes are 0, when they are
+    bool handMismatch = false;       // the record's hand and the judgement disagree
+    // Positions of the slap the record lists as missing, left out of codes.
+    std::vector<An2kMissingFinger> skipped;
+};
+
+// The judged hand, as the splitter reports it.
+constexpr int kJudgedLeft = 0;
+constexpr int kJudgedRight = 1;
+constexpr int kNotJudged = -1;
+
+// Finger positions for `found` fingers of a slap, left to right: right four
+// 2, 3, 4, 5; left four 10, 9, 8, 7; thumbs 6, 1. The slap comes from the
+// record's position (13, 14, 15), else from the judged hand of a four-finger
+// result. Positions listed as missing are skipped first; when the count
+// still differs from what was found, every code is 0 and reason says why.
+FingerPositions AssignFingerPositions(int slapPosition, int found, int judgedHand,
+                                      const std::vector<An2kMissingFinger>& missing = {});
+
 } // namespace kovral_io
 
 #endif
