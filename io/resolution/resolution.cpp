@@ -1,6 +1,8 @@
 // Ridge-period measurement and resampling.
 #include "resolution.h"
 
+#include <kovral.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -327,6 +329,17 @@ SplitPreparation PrepareForSplit(const uint8_t* pixels, int width, int height, d
         std::copy_n(src + size_t(y + p.cropTop) * rw + p.cropLeft, p.width, p.pixels.begin() + size_t(y) * p.width);
     p.ok = true;
     return p;
+}
+
+bool FingerBoxInSource(const SplitPreparation& p, int fingerWidth, int fingerHeight, int x, int y, int angle,
+                       SourcePoint corners[4])
+{
+    tagPOINT c[4];
+    if (kovral_finger_corners(p.width, p.height, fingerWidth, fingerHeight, x, y, angle, c) != KOVRAL_OK)
+        return false;
+    for (int i = 0; i < 4; i++)
+        corners[i] = {p.SourceEdgeX(c[i].x), p.SourceEdgeY(c[i].y)};
+    return true;
 }
 
 } // namespace kovral_io

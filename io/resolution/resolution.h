@@ -101,10 +101,26 @@ struct SplitPreparation
 
     bool Resampled() const { return scaleX != 1 || scaleY != 1; }
     bool Cropped() const { return cropLeft || cropTop || cropRight || cropBottom; }
-    // A point of the prepared image in the original's pixels.
+    // A pixel centre of the prepared image in the original's pixels.
     double SourceX(double x) const { return (x + cropLeft + 0.5) / scaleX - 0.5; }
     double SourceY(double y) const { return (y + cropTop + 0.5) / scaleY - 0.5; }
+    // A pixel edge (x = 0 is the left side of the first column).
+    double SourceEdgeX(double x) const { return (x + cropLeft) / scaleX; }
+    double SourceEdgeY(double y) const { return (y + cropTop) / scaleY; }
 };
+
+struct SourcePoint
+{
+    double x = 0, y = 0;
+};
+
+// The four corners (top left, top right, bottom left, bottom right; top is
+// the fingertip end) of the region cut out for a finger the split of a
+// prepared image reported at centre (x, y) with this angle, in the original
+// image's pixels: the library's own corner geometry, mapped back through the
+// resampling and the cut. False when the library refuses the numbers.
+bool FingerBoxInSource(const SplitPreparation& prepared, int fingerWidth, int fingerHeight, int x, int y, int angle,
+                       SourcePoint corners[4]);
 
 // Measures the resolution, decides the one to use, resamples to 500 ppi when
 // it is off by more than kPpiTolerance, then cuts or scales to the limits.

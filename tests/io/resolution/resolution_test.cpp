@@ -1,8 +1,11 @@
-// Resampling by known factors, and the resolution measured from ridges of a
-// known period: drawn ones, and a real slap at three scales.
+// Resampling by known factors, the resolution measured from ridges of a
+// known period (drawn ones, and a real slap at three scales), preparing an
+// image for a split, and finger boxes taken back to the original image.
 #include "resolution/resolution.h"
 #include "nist_files.h"
 #include "wsq/wsq.h"
+
+#include <kovral.h>
 
 #include <gtest/gtest.h>
 
@@ -172,6 +175,34 @@ TEST(PrepareForSplit, ResolutionAndLimits)
         EXPECT_NEAR(p.SourceX(-0.5 - p.cropLeft), -0.5, 1e-9) << c.what;
         EXPECT_NEAR(p.SourceY(p.height + p.cropBottom - 0.5), c.h - 0.5, 1e-9) << c.what;
     }
+}
+
+} // namespace
+
+namespace {
+
+// Corners from the library's geometry, taken back through a doubling and a
+// cut of 10 columns on the left.
+TEST(FingerBoxInSource, ThroughResamplingAndCut)
+{
+    kovral_io::SplitPreparation p;
+    p.width = 1600, p.height = 1000;
+    p.scaleX = p.scaleY = 2;
+    p.cropLeft = 10;
+    for (const int angle : {90, 70, 120})
+    {
+        kovral_io::SourcePoint c[4];
+        ASSERT_TRUE(kovral_io::FingerBoxInSource(p, 320, 480, 800, 500, angle, c)) << angle;
+        tagPOINT raw[4];
+        ASSERT_EQ(kovral_finger_corners(1600, 1000, 320, 480, 800, 500, angle, raw), KOVRAL_OK);
+        for (int i = 0; i < 4; i++)
+        {
+            EXPECT_DOUBLE_EQ(c[i].x, (raw[i].x + 10) / 2.0) << angle << " corner " << i;
+            EXPECT_DOUBLE_EQ(c[i].y, raw[i].y / 2.0) << angle << " corner " << i;
+        }
+    }
+    kovral_io::SourcePoint c[4];
+    EXPECT_FALSE(kovral_io::FingerBoxInSource(p, 320, 480, 1700, 500, 90, c)) << "centre outside the image";
 }
 
 } // namespace
