@@ -206,3 +206,48 @@ TEST(FingerBoxInSource, ThroughResamplingAndCut)
 }
 
 } // namespace
+
+namespace {
+
+// The two 250 ppi slaps of the reference set (PGM, no resolution stated):
+// taken as 500 ppi they are too small to split; at the measured resolution
+// each gives four fingers. Needs shared/realdata beside the repository.
+TEST(PrepareForSplit, LowResolutionSlapsSplitAtMeasuredResolution)
+{
+    const std::string dir = kovral_test::RealDataDir();
+    if (dir.empty())
+        GTEST_SKIP() << "no shared/realdata beside the repository";
+    ASSERT_EQ(KOVRAL_Init(1600, 1500), KOVRAL_OK);
+    for (const char* name : {"nbis-wvu-type3_fgp13_right4_800x475_250ppi.pgm",
+                             "nbis-wvu-type3_fgp14_left4_800x475_250ppi.pgm"})
+    {
+        const Bytes pgm = kovral_test::ReadBytes(dir + "/" + name);
+        const size_t header = std::string("P5\n800 475\n255\n").size();
+        ASSERT_EQ(pgm.size(), header + 800 * 475) << name;
+        for (const auto mode : {kovral_io::PpiMode::Stated, kovral_io::PpiMode::Auto})
+        {
+            kovral_io::SplitPreparation p = kovral_io::PrepareForSplit(pgm.data() + header, 800, 475, 0, mode, 0,
+                                                                       kovral_io::FitMode::Refuse);
+            ASSERT_TRUE(p.ok) << p.reason;
+            std::vector<uint8_t> buffers(320 * 480 * KOVRAL_MAX_RECORDS);
+            KOVRAL_INFO_ info[KOVRAL_MAX_RECORDS];
+            for (int i = 0; i < KOVRAL_MAX_RECORDS; i++)
+                info[i].pFpImg = buffers.data() + 320 * 480 * i;
+            int count = 0;
+            const int result = KOVRAL_DoSplit(p.pixels.data(), p.width, p.height, nullptr, 320, 480, &count, info);
+            if (mode == kovral_io::PpiMode::Stated)
+            {
+                EXPECT_NE(result, KOVRAL_OK) << name << ": 800 x 475 holds no 320 x 480 finger";
+            }
+            else
+            {
+                EXPECT_NEAR(p.ppi, 250, 250 * 0.25) << name;
+                EXPECT_EQ(result, KOVRAL_OK) << name;
+                EXPECT_EQ(count, 4) << name;
+            }
+        }
+    }
+    KOVRAL_Uninit();
+}
+
+} // namespace
