@@ -116,6 +116,9 @@ Request CheckRequest(const py::handle& image, std::pair<int64_t, int64_t> finger
         throw py::value_error("image " + std::to_string(request.image.width) + " x "
                               + std::to_string(request.image.height) + " is larger than the splitter's "
                               + std::to_string(capacity.width) + " x " + std::to_string(capacity.height));
+    // Every size was checked before the split: a refusal left is the locator's.
+    if (result == KOVRAL_EINVAL && request.options.locator != KOVRAL_LOCATOR_EXACT)
+        throw py::value_error("locator 'accurate' is not in this build of the library");
     throw py::value_error(std::string("split refused: ") + kovral_result_text(result));
 }
 
