@@ -141,6 +141,26 @@ def test_read_only_input():
     assert len(kovral.split(image)) == 4
 
 
+MEMORY_SHORT = """
+import resource, kovral, numpy
+image = numpy.full((1000, 1600), 200, numpy.uint8)
+used = int(open("/proc/self/statm").read().split()[0]) * resource.getpagesize()
+resource.setrlimit(resource.RLIMIT_AS, (used + (1 << 20), resource.RLIM_INFINITY))
+for call in (kovral.Splitter, lambda: kovral.split(image)):
+    try:
+        call()
+        print("no error")
+    except MemoryError:
+        print("MemoryError")
+"""
+
+
+def test_memory_exhaustion_raises_memory_error():
+    # Address space for no more than a megabyte: splitters cannot be had.
+    run = subprocess.run([sys.executable, "-c", MEMORY_SHORT], capture_output=True, text=True, timeout=60)
+    assert run.stdout.split() == ["MemoryError", "MemoryError"], run.stderr
+
+
 def test_finger_images_own_their_memory():
     image = reference.four_finger_hand()
     splitter = kovral.Splitter()
