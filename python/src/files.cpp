@@ -24,7 +24,7 @@ namespace {
 
 using SizePair = std::pair<int64_t, int64_t>;
 
-std::optional<kovral_split::PixelSize> ToPixelSize(const std::optional<SizePair>& size, const char* what)
+std::optional<kovral_tool::PixelSize> ToPixelSize(const std::optional<SizePair>& size, const char* what)
 {
     if (!size)
         return std::nullopt;
@@ -33,18 +33,18 @@ std::optional<kovral_split::PixelSize> ToPixelSize(const std::optional<SizePair>
         if (v < 1 || v > kLargest)
             throw py::value_error(std::string(what) + " " + std::to_string(size->first) + " x "
                                   + std::to_string(size->second) + " is outside 1..1048576 x 1..1048576");
-    return kovral_split::PixelSize{static_cast<int>(size->first), static_cast<int>(size->second)};
+    return kovral_tool::PixelSize{static_cast<int>(size->first), static_cast<int>(size->second)};
 }
 
 py::array_t<uint8_t> Read(const std::string& path, const std::optional<SizePair>& rawSize)
 {
-    std::optional<kovral_split::PixelSize> raw = ToPixelSize(rawSize, "size");
-    kovral_split::GrayImage image;
+    std::optional<kovral_tool::PixelSize> raw = ToPixelSize(rawSize, "size");
+    kovral_tool::GrayImage image;
     std::string error;
     bool ok;
     {
         py::gil_scoped_release released;
-        ok = kovral_split::DecodeImageFile(path, raw, image, error);
+        ok = kovral_tool::DecodeImageFile(path, raw, image, error);
     }
     if (!ok)
         throw py::value_error(path + ": " + error);
@@ -65,12 +65,12 @@ struct BatchOptions
     std::optional<SizePair> rawSize;
 };
 
-kovral_split::Options ToolOptions(const BatchOptions& batch)
+kovral_tool::Options ToolOptions(const BatchOptions& batch)
 {
-    kovral_split::Options options;
+    kovral_tool::Options options;
     options.outDir = batch.outDir;
     if (batch.format == "png")
-        options.format = kovral_split::FingerFormat::Png;
+        options.format = kovral_tool::FingerFormat::Png;
     else if (batch.format != "bmp")
         throw py::value_error("format '" + batch.format + "' is not one of 'bmp', 'png'");
     options.overlay = batch.overlay;
@@ -92,12 +92,12 @@ std::mutex& ToolLock()
 // Returns (ok, fingers, message): message is what was written or the reason.
 py::tuple SplitFile(const std::string& path, const std::string& name, const BatchOptions& batch)
 {
-    kovral_split::Options options = ToolOptions(batch);
-    kovral_split::TaskOutcome outcome;
+    kovral_tool::Options options = ToolOptions(batch);
+    kovral_tool::TaskOutcome outcome;
     {
         py::gil_scoped_release released;
         std::lock_guard<std::mutex> guard(ToolLock());
-        kovral_split::SlapSplitter splitter(options);
+        kovral_tool::SlapSplitter splitter(options);
         outcome = splitter.Split({path, name, ""});
     }
     return py::make_tuple(outcome.ok, outcome.fingers, outcome.message);
@@ -138,15 +138,15 @@ void RegisterFiles(py::module_& m)
     m.def(
         "_summary_path",
         [](const std::string& name, const BatchOptions& batch) {
-            return kovral_split::SummaryPath(ToolOptions(batch), name);
+            return kovral_tool::SummaryPath(ToolOptions(batch), name);
         },
         py::arg("name"), py::arg("options"));
 
     m.def(
         "_parse_pixel_size",
         [](const std::string& text) -> std::optional<SizePair> {
-            kovral_split::PixelSize size;
-            if (!kovral_split::ParsePixelSize(text, size))
+            kovral_tool::PixelSize size;
+            if (!kovral_tool::ParsePixelSize(text, size))
                 return std::nullopt;
             return SizePair{size.width, size.height};
         },
@@ -156,25 +156,25 @@ void RegisterFiles(py::module_& m)
         "_collect_inputs",
         [](const std::vector<std::string>& paths, bool recursive) {
             std::vector<std::tuple<std::string, std::string, std::string>> out;
-            for (const kovral_split::InputFile& input : kovral_split::CollectInputs(paths, recursive))
+            for (const kovral_tool::InputFile& input : kovral_tool::CollectInputs(paths, recursive))
                 out.emplace_back(input.path, input.name, input.error);
             return out;
         },
         py::arg("paths"), py::arg("recursive"),
         "(path, output name, error) of every slap file that kovral-split finds in paths.");
 
-    py::class_<kovral_split::Progress>(m, "_Progress")
+    py::class_<kovral_tool::Progress>(m, "_Progress")
         .def(py::init<size_t, bool>(), py::arg("total"), py::arg("quiet"))
         .def(
             "done",
-            [](kovral_split::Progress& p, const std::string& input, bool ok, int fingers, const std::string& message) {
+            [](kovral_tool::Progress& p, const std::string& input, bool ok, int fingers, const std::string& message) {
                 p.Done(input, {ok, fingers, message});
             },
             py::arg("input"), py::arg("ok"), py::arg("fingers"), py::arg("message"))
-        .def("tick", &kovral_split::Progress::Tick)
-        .def("finish", &kovral_split::Progress::Finish)
-        .def("summary", &kovral_split::Progress::Summary)
-        .def_property_readonly("failures", &kovral_split::Progress::Failures);
+        .def("tick", &kovral_tool::Progress::Tick)
+        .def("finish", &kovral_tool::Progress::Finish)
+        .def("summary", &kovral_tool::Progress::Summary)
+        .def_property_readonly("failures", &kovral_tool::Progress::Failures);
 }
 
 } // namespace kovral_python
