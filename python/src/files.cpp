@@ -1,0 +1,180 @@
+#include "binding.h"
+
+#include <cli_options.h>
+#include <image_decoding.h>
+#include <input_files.h>
+#include <progress_display.h>
+#include <slap_job.h>
+#include <slap_outputs.h>
+
+#include <pybind11/numpy.h>
+#include <pybind11/stl.h>
+
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace py = pybind11;
+
+namespace kovral_python {
+
+namespace {
+
+using SizePair = std::pair<int64_t, int64_t>;
+
+std::optional<kovral_tool::PixelSize> ToPixelSize(const std::optional<SizePair>& size, const char* what)
+{
+    if (!size)
+        return std::nullopt;
+    constexpr int64_t kLargest = 1 << 20;
+    for (int64_t v : {size->first, size->second})
+        if (v < 1 || v > kLargest)
+            throw py::value_error(std::string(what) + " " + std::to_string(size->first) + " x "
+                                  + std::to_string(size->second) + " is outside 1..1048576 x 1..1048576");
+    return kovral_tool::PixelSize{static_cast<int>(size->first), static_cast<int>(size->second)};
+}
+
+py::array_t<uint8_t> Read(const std::string& path, const std::optional<SizePair>& rawSize)
+{
+    std::optional<kovral_tool::PixelSize> raw = ToPixelSize(rawSize, "size");
+    kovral_tool::GrayImage image;
+    std::string error;
+    bool ok;
+    {
+        py::gil_scoped_release released;
+        ok = kovral_tool::DecodeImageFile(path, raw, image, error);
+    }
+    if (!ok)
+        throw py::value_error(path + ": " + error);
+    // The array takes over the decoded pixels without a copy.
+    auto* pixels = new std::vector<uint8_t>(std::move(image.pixels));
+    py::capsule owner(pixels, [](void* p) { delete static_cast<std::vector<uint8_t>*>(p); });
+    return py::array_t<uint8_t>({image.height, image.width}, pixels->data(), owner);
+}
+
+// What kovral-split does with one slap file, options as its command line has them.
+struct BatchOptions
+{
+    std::string outDir;
+    std::optional<SizePair> fingerSize;
+    std::string format = "bmp";
+    bool overlay = false;
+    bool force = false;
+    std::optional<SizePair> rawSize;
+};
+
+kovral_tool::Options ToolOptions(const BatchOptions& batch)
+{
+    kovral_tool::Options options;
+    options.outDir = batch.outDir;
+    if (batch.format == "png")
+        options.format = kovral_tool::FingerFormat::Png;
+    else if (batch.format != "bmp")
+        throw py::value_error("format '" + batch.format + "' is not one of 'bmp', 'png'");
+    options.overlay = batch.overlay;
+    options.force = batch.force;
+    options.rawSize = ToPixelSize(batch.rawSize, "size");
+    options.fingerSize = ToPixelSize(batch.fingerSize, "finger size");
+    return options;
+}
+
+// The tool's splitter holds the library's one default state: one slap at a
+// time per process, whatever threads the caller runs.
+std::mutex& ToolLock()
+{
+    static std::mutex* lock = new std::mutex;
+    return *lock;
+}
+
+// Splits one slap file and writes its outputs exactly as kovral-split does.
+// Returns (ok, fingers, message): message is what was written or the reason.
+py::tuple SplitFile(const std::string& path, const std::string& name, const BatchOptions& batch)
+{
+    kovral_tool::Options options = ToolOptions(batch);
+    kovral_tool::TaskOutcome outcome;
+    {
+        py::gil_scoped_release released;
+        std::lock_guard<std::mutex> guard(ToolLock());
+        kovral_tool::SlapSplitter splitter(options);
+        outcome = splitter.Split({path, name, ""});
+    }
+    return py::make_tuple(outcome.ok, outcome.fingers, outcome.message);
+}
+
+} // namespace
+
+void RegisterFiles(py::module_& m)
+{
+    m.def("read", &Read, py::arg("path"), py::arg("size") = py::none(),
+          "Reads a slap image file into a 2-D uint8 array (rows, columns).\n\n"
+          "The same readers as kovral-split, so both take and refuse the same files: PNG, JPEG, BMP, PGM "
+          "(colour becomes gray), or headerless 8-bit pixels when size = (width, height) is given. Raises "
+          "ValueError with the reason when the file cannot be read or is not a slap image.");
+
+    py::class_<BatchOptions>(m, "_BatchOptions")
+        .def(py::init<>())
+        .def_readwrite("out_dir", &BatchOptions::outDir)
+        .def_readwrite("finger_size", &BatchOptions::fingerSize)
+        .def_readwrite("format", &BatchOptions::format)
+        .def_readwrite("overlay", &BatchOptions::overlay)
+        .def_readwrite("force", &BatchOptions::force)
+        .def_readwrite("raw_size", &BatchOptions::rawSize)
+        .def(py::pickle(
+            [](const BatchOptions& o) {
+                return py::make_tuple(o.outDir, o.fingerSize, o.format, o.overlay, o.force, o.rawSize);
+            },
+            [](const py::tuple& t) {
+                return BatchOptions{t[0].cast<std::string>(), t[1].cast<std::optional<SizePair>>(),
+                                    t[2].cast<std::string>(), t[3].cast<bool>(), t[4].cast<bool>(),
+                                    t[5].cast<std::optional<SizePair>>()};
+            }));
+
+    m.def("_check_batch_options", [](const BatchOptions& batch) { ToolOptions(batch); });
+
+    m.def("_split_file", &SplitFile, py::arg("path"), py::arg("name"), py::arg("options"));
+
+    m.def(
+        "_summary_path",
+        [](const std::string& name, const BatchOptions& batch) {
+            return kovral_tool::SummaryPath(ToolOptions(batch), name);
+        },
+        py::arg("name"), py::arg("options"));
+
+    m.def(
+        "_parse_pixel_size",
+        [](const std::string& text) -> std::optional<SizePair> {
+            kovral_tool::PixelSize size;
+            if (!kovral_tool::ParsePixelSize(text, size))
+                return std::nullopt;
+            return SizePair{size.width, size.height};
+        },
+        py::arg("text"), "(width, height) of \"WxH\", or None when it is not a size.");
+
+    m.def(
+        "_collect_inputs",
+        [](const std::vector<std::string>& paths, bool recursive) {
+            std::vector<std::tuple<std::string, std::string, std::string>> out;
+            for (const kovral_tool::InputFile& input : kovral_tool::CollectInputs(paths, recursive))
+                out.emplace_back(input.path, input.name, input.error);
+            return out;
+        },
+        py::arg("paths"), py::arg("recursive"),
+        "(path, output name, error) of every slap file that kovral-split finds in paths.");
+
+    py::class_<kovral_tool::Progress>(m, "_Progress")
+        .def(py::init<size_t, bool>(), py::arg("total"), py::arg("quiet"))
+        .def(
+            "done",
+            [](kovral_tool::Progress& p, const std::string& input, bool ok, int fingers, const std::string& message) {
+                p.Done(input, {ok, fingers, message});
+            },
+            py::arg("input"), py::arg("ok"), py::arg("fingers"), py::arg("message"))
+        .def("tick", &kovral_tool::Progress::Tick)
+        .def("finish", &kovral_tool::Progress::Finish)
+        .def("summary", &kovral_tool::Progress::Summary)
+        .def_property_readonly("failures", &kovral_tool::Progress::Failures);
+}
+
+} // namespace kovral_python
