@@ -5,6 +5,7 @@
 #include <sched.h>
 #include <unistd.h>
 
+#include <charconv>
 #include <cstdio>
 
 namespace kovral_tool {
@@ -27,17 +28,41 @@ const char* const kExamples = R"(Examples:
       larger finger images, replacing earlier results
   kovral-split -r scans/ --report review.html
       also a page to look through the batch in a browser, failures first
+  kovral-split -r scans/ -o fingers/ --skip-existing
+      go on with a batch that was interrupted
 
 Outputs per slap NAME: NAME_finger1.bmp .. NAME_finger4.bmp (left to right),
 NAME.json (sizes, result code, per finger centre, angle, quality and file,
 hand judgement of four fingers) and, with --overlay, NAME_overlay.png.
-Exit status: 0 when every input was split, 1 when any failed, 2 on a usage error.)";
+Each slap's outputs appear together, complete, or not at all. One run at a
+time writes into an output folder. Ctrl-C (or SIGTERM) starts no new slap,
+lets the running ones finish and ends with a summary; a second one discards
+them.
+Exit status: 0 when every input was split, 1 when any failed, 2 on a usage
+error, 130 after SIGINT, 143 after SIGTERM.)";
 
-// CLI11 check that a value reads as a size "WxH".
-std::string CheckPixelSize(const std::string& text)
+// Reads the size of option name; slaps and finger images both have the splitter's limits.
+bool ReadSize(const char* name, const std::string& text, std::optional<PixelSize>& out)
 {
+    if (text.empty())
+        return true;
     PixelSize size;
-    return ParsePixelSize(text, size) ? std::string() : "expected WIDTHxHEIGHT, e.g. 320x480, not '" + text + "'";
+    std::string error;
+    if (!ParsePixelSize(text, size, error))
+    {
+        std::fprintf(stderr, "kovral-split: %s %s: %s\n", name, text.c_str(), error.c_str());
+        return false;
+    }
+    if (size.width < KOVRAL_MIN_WIDTH || size.height < KOVRAL_MIN_HEIGHT || size.width > KOVRAL_MAX_WIDTH
+        || size.height > KOVRAL_MAX_HEIGHT)
+    {
+        std::fprintf(stderr, "kovral-split: %s %dx%d: %s are %d..%d x %d..%d pixels\n", name, size.width,
+                     size.height, std::string(name) == "--size" ? "slaps" : "finger images", KOVRAL_MIN_WIDTH,
+                     KOVRAL_MAX_WIDTH, KOVRAL_MIN_HEIGHT, KOVRAL_MAX_HEIGHT);
+        return false;
+    }
+    out = size;
+    return true;
 }
 
 std::string VersionText()
@@ -50,17 +75,42 @@ std::string VersionText()
 
 } // namespace
 
-bool ParsePixelSize(const std::string& text, PixelSize& size)
+bool ParsePixelSize(const std::string& text, PixelSize& size, std::string& error)
 {
-    int w = 0;
-    int h = 0;
-    char sep = 0;
-    int used = 0;
-    if (std::sscanf(text.c_str(), "%d%c%d%n", &w, &sep, &h, &used) != 3 || used != static_cast<int>(text.size()))
+    const char* end = text.data() + text.size();
+    int values[2] = {0, 0};
+    const char* p = text.data();
+    for (int i = 0; i < 2; i++)
+    {
+        if (i == 1)
+        {
+            if (p == end || (*p != 'x' && *p != 'X' && *p != ','))
+            {
+                error = "expected WIDTHxHEIGHT, e.g. 320x480";
+                return false;
+            }
+            p++;
+        }
+        // Digits only: no sign, no spaces; a number past the largest int is refused, not wrapped.
+        if (p == end || *p < '0' || *p > '9')
+        {
+            error = "expected WIDTHxHEIGHT, e.g. 320x480";
+            return false;
+        }
+        auto [next, ec] = std::from_chars(p, end, values[i]);
+        if (ec == std::errc::result_out_of_range)
+        {
+            error = "a number out of range";
+            return false;
+        }
+        p = next;
+    }
+    if (p != end)
+    {
+        error = "expected WIDTHxHEIGHT, e.g. 320x480";
         return false;
-    if ((sep != 'x' && sep != 'X' && sep != ',') || w <= 0 || h <= 0)
-        return false;
-    size = {w, h};
+    }
+    size = {values[0], values[1]};
     return true;
 }
 
@@ -89,19 +139,24 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
         ->type_name("FILE|DIR");
     app.add_option("-o,--out", options.outDir, "Output directory, created if missing (default kovral-out)")
         ->type_name("DIR");
-    app.add_flag("-r,--recursive", options.recursive, "Also take images from subdirectories of directory inputs");
+    app.add_flag("-r,--recursive", options.recursive, "Also take images from subfolders of folder inputs");
+    app.add_flag("--follow-links", options.followLinks,
+                 "With -r, also walk symbolic links to folders (each folder once)");
     app.add_option("-j,--jobs", options.jobs, "Worker processes (default: the number of cores)")
         ->type_name("N")->check(CLI::Range(1, kMaxJobs).description(""));
     std::string format = "bmp";
     app.add_option("--format", format, "Finger image format: bmp or png (default bmp)")
         ->type_name("FORMAT")->check(CLI::IsMember({"bmp", "png"}).description(""));
     app.add_flag("--overlay", options.overlay, "Also write NAME_overlay.png: the slap with every finger marked");
-    app.add_flag("-f,--force", options.force, "Replace existing outputs");
+    app.add_flag("-f,--force", options.force, "Replace existing outputs (and remove the slap's outputs this run does not write)");
+    app.add_flag("--skip-existing", options.skipExisting,
+                 "Leave slaps whose complete outputs exist (to go on with an interrupted batch)");
+    app.add_flag("--sync", options.sync, "Flush every output to the disk before going on (slower, survives power loss)");
     app.add_option("--size", rawSize, "Size of raw 8-bit inputs (files that are no known image format)")
-        ->type_name("WxH")->check(CheckPixelSize);
+        ->type_name("WxH");
     app.add_option("--finger-size", fingerSize,
                    "Finger image size (default 320x480, reduced to a smaller image's width or height)")
-        ->type_name("WxH")->check(CheckPixelSize);
+        ->type_name("WxH");
     app.add_flag("-q,--quiet", options.quiet, "Print only errors and the summary line");
     app.add_option("--report", options.report,
                    "Also write a review page of the batch: one HTML file with every slap's overlay, fingers, "
@@ -119,25 +174,16 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
     }
 
     options.format = format == "png" ? FingerFormat::Png : FingerFormat::Bmp;
-    if (!rawSize.empty())
+    if (options.force && options.skipExisting)
     {
-        options.rawSize.emplace();
-        ParsePixelSize(rawSize, *options.rawSize);
+        std::fprintf(stderr, "kovral-split: --force and --skip-existing exclude each other\n");
+        exitCode = kUsageError;
+        return std::nullopt;
     }
-    if (!fingerSize.empty())
+    if (!ReadSize("--size", rawSize, options.rawSize) || !ReadSize("--finger-size", fingerSize, options.fingerSize))
     {
-        PixelSize size;
-        ParsePixelSize(fingerSize, size);
-        if (size.width < KOVRAL_MIN_WIDTH || size.height < KOVRAL_MIN_HEIGHT || size.width > KOVRAL_MAX_WIDTH
-            || size.height > KOVRAL_MAX_HEIGHT)
-        {
-            std::fprintf(stderr, "kovral-split: --finger-size %dx%d: finger images are %d..%d x %d..%d pixels\n",
-                         size.width, size.height, KOVRAL_MIN_WIDTH, KOVRAL_MAX_WIDTH, KOVRAL_MIN_HEIGHT,
-                         KOVRAL_MAX_HEIGHT);
-            exitCode = kUsageError;
-            return std::nullopt;
-        }
-        options.fingerSize = size;
+        exitCode = kUsageError;
+        return std::nullopt;
     }
     exitCode = 0;
     return options;

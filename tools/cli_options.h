@@ -22,11 +22,14 @@ struct Options
 {
     std::vector<std::string> inputs;      // files and directories; empty: the bundled sample
     std::string outDir = "kovral-out";
-    bool recursive = false;               // descend into subdirectories of directory inputs
+    bool recursive = false;               // descend into subfolders of folder inputs
+    bool followLinks = false;             // also walk symbolic links to folders
     int jobs = 1;                         // worker processes
     FingerFormat format = FingerFormat::Bmp;
     bool overlay = false;                 // also draw what was found over a small copy of the slap
     bool force = false;                   // replace outputs that exist
+    bool skipExisting = false;            // leave slaps whose complete outputs exist
+    bool sync = false;                    // flush every output to the disk before it counts as written
     std::optional<PixelSize> rawSize;     // size of headerless 8-bit inputs
     std::optional<PixelSize> fingerSize;  // given finger buffer size; default: 320 x 480 reduced to the image
     bool quiet = false;                   // only errors and the summary line
@@ -36,8 +39,9 @@ struct Options
 // Default finger buffer: 0.64 x 0.96 inch at 500 ppi, a fingertip with margin.
 inline constexpr PixelSize kDefaultFingerSize{320, 480};
 
-// Parses "WxH" (also "W,H" and "WXH") with positive numbers.
-bool ParsePixelSize(const std::string& text, PixelSize& size);
+// Parses "WxH" (also "W,H" and "WXH"): two decimal numbers, each at most the
+// largest int. On failure returns false and sets error.
+bool ParsePixelSize(const std::string& text, PixelSize& size, std::string& error);
 
 // Parses the command line. Returns nothing when the program should end at once
 // (help, version, a usage error); exitCode then holds its exit status.

@@ -21,7 +21,7 @@ bool Finish(kovral_io::ReadResult& result, const std::optional<PixelSize>& rawSi
     if (!result.ok)
     {
         error = result.reason;
-        if (result.format.empty() && !rawSize && result.reason.starts_with("not a "))
+        if (result.format.empty() && !rawSize && result.reason.starts_with("not a ") && result.reason.ends_with(" image"))
             error += " (raw files need --size WxH)";
         return false;
     }

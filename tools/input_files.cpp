@@ -1,12 +1,16 @@
 #include "input_files.h"
 
+#include <dirent.h>
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <filesystem>
-#include <set>
 #include <string_view>
-#include <system_error>
 
 namespace fs = std::filesystem;
 
@@ -16,6 +20,13 @@ namespace {
 
 constexpr std::array<std::string_view, 11> kImageExtensions{
     "png", "bmp", "dib", "pgm", "pnm", "ppm", "jpg", "jpeg", "jpe", "raw", "gray"};
+
+// Output file names add at most "_overlay.png" to the name and a clash
+// suffix; names longer than this are shortened to kKeptNameBytes and a hash.
+constexpr size_t kMaxNameBytes = 200;
+constexpr size_t kKeptNameBytes = 180;
+constexpr uint64_t kFnvOffset = 14695981039346656037ull;
+constexpr uint64_t kFnvPrime = 1099511628211ull;
 
 std::string LowerExtension(const fs::path& path)
 {
@@ -27,50 +38,92 @@ std::string LowerExtension(const fs::path& path)
     return ext;
 }
 
-bool IsHidden(const fs::path& path)
+FileIdentity Identity(const struct stat& info)
 {
-    std::string file = path.filename().string();
-    return !file.empty() && file[0] == '.';
+    return {info.st_dev, info.st_ino};
 }
 
-// Image files of one directory argument, sorted, with their names relative to it.
-std::vector<InputFile> ScanDirectory(const fs::path& dir, bool recursive, std::string& error)
+// The name's start (not cutting a UTF-8 sequence) and a hash of the whole name.
+std::string ShortName(const std::string& name)
 {
-    std::vector<InputFile> found;
-    std::error_code ec;
-    auto consider = [&](const fs::directory_entry& entry) {
-        std::error_code fileEc;
-        if (entry.is_regular_file(fileEc) && !IsHidden(entry.path()) && HasImageExtension(entry.path().string()))
-        {
-            fs::path relative = entry.path().lexically_relative(dir);
-            found.push_back({entry.path().string(), relative.replace_extension().generic_string(), ""});
-        }
-    };
-    if (recursive)
-    {
-        fs::recursive_directory_iterator it(dir, fs::directory_options::skip_permission_denied, ec);
-        for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec))
-        {
-            if (it->is_directory() && IsHidden(it->path()))
-                it.disable_recursion_pending();
-            else
-                consider(*it);
-        }
-    }
-    else
-    {
-        fs::directory_iterator it(dir, fs::directory_options::skip_permission_denied, ec);
-        for (; !ec && it != fs::directory_iterator(); it.increment(ec))
-            consider(*it);
-    }
-    if (ec)
-        error = "cannot read directory: " + ec.message();
-    else if (found.empty())
-        error = recursive ? "no image files in this directory tree"
-                          : "no image files in this directory (--recursive descends into subdirectories)";
-    std::sort(found.begin(), found.end(), [](const InputFile& a, const InputFile& b) { return a.path < b.path; });
-    return found;
+    if (name.size() <= kMaxNameBytes)
+        return name;
+    uint64_t hash = kFnvOffset;
+    for (unsigned char c : name)
+        hash = (hash ^ c) * kFnvPrime;
+    size_t keep = kKeptNameBytes;
+    while (keep > 0 && (static_cast<unsigned char>(name[keep]) & 0xC0) == 0x80)
+        keep--;
+    char suffix[24];
+    std::snprintf(suffix, sizeof suffix, "-%016llx", static_cast<unsigned long long>(hash));
+    return name.substr(0, keep) + suffix;
 }
+
+class Walker
+{
+public:
+    Walker(const WalkRules& rules, std::vector<InputFile>& found) : rules_(rules), found_(found) {}
+
+    // Walks folder dir, whose files are named relative to it with prefix.
+    void Walk(const std::string& dir, const std::string& prefix)
+    {
+        DIR* handle = opendir(dir.c_str());
+        if (!handle)
+        {
+            found_.push_back({dir, "", std::string("cannot read folder: ") + std::strerror(errno)});
+            return;
+        }
+        std::vector<std::string> names;
+        errno = 0;
+        while (dirent* entry = readdir(handle))
+            if (entry->d_name[0] != '.')   // hidden, and . and ..
+                names.emplace_back(entry->d_name);
+        const int readError = errno;
+        closedir(handle);
+        if (readError)
+            found_.push_back({dir, "", std::string("cannot read folder: ") + std::strerror(readError)});
+        std::sort(names.begin(), names.end());
+
+        for (const std::string& name : names)
+        {
+            const std::string path = dir + "/" + name;
+            struct stat info;
+            if (lstat(path.c_str(), &info) != 0)
+                continue;   // gone since the folder was read
+            if (S_ISLNK(info.st_mode))
+            {
+                struct stat target;
+                if (stat(path.c_str(), &target) != 0)
+                    continue;   // a dangling link is no image
+                if (S_ISDIR(target.st_mode) && !rules_.followLinks)
+                    continue;
+                info = target;
+            }
+            if (S_ISDIR(info.st_mode))
+            {
+                if (rules_.recursive && Enter(info))
+                    Walk(path, prefix + name + "/");
+                continue;
+            }
+            if (HasImageExtension(name))
+                found_.push_back({path, prefix + ShortName(fs::path(name).stem().string()), ""});
+        }
+    }
+
+    // False for the output folder and for a folder walked already (a loop,
+    // or a second link to it).
+    bool Enter(const struct stat& info)
+    {
+        if (rules_.outDir && *rules_.outDir == Identity(info))
+            return false;
+        return walked_.insert(Identity(info)).second;
+    }
+
+private:
+    const WalkRules& rules_;
+    std::vector<InputFile>& found_;
+    std::set<FileIdentity> walked_;
+};
 
 // Makes name unique among taken: first with the extension, then with a number.
 std::string UniqueName(const std::string& name, const std::string& path, std::set<std::string>& taken)
@@ -93,32 +146,56 @@ bool HasImageExtension(const std::string& path)
     return std::find(kImageExtensions.begin(), kImageExtensions.end(), ext) != kImageExtensions.end();
 }
 
-std::vector<InputFile> CollectInputs(const std::vector<std::string>& paths, bool recursive)
+std::vector<InputFile> CollectInputs(const std::vector<std::string>& paths, const WalkRules& rules)
 {
     std::vector<InputFile> inputs;
     std::set<std::string> taken;
     for (const std::string& arg : paths)
     {
-        std::error_code ec;
-        if (fs::is_directory(arg, ec))
+        struct stat info;
+        if (stat(arg.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
         {
-            std::string error;
-            std::vector<InputFile> found = ScanDirectory(arg, recursive, error);
-            if (!error.empty())
-                inputs.push_back({arg, "", error});
-            for (InputFile& file : found)
-            {
-                file.name = UniqueName(file.name, file.path, taken);
-                inputs.push_back(std::move(file));
-            }
-        }
-        else
-        {
-            std::string stem = fs::path(arg).stem().string();
+            std::string stem = ShortName(fs::path(arg).stem().string());
             inputs.push_back({arg, UniqueName(stem.empty() ? "slap" : stem, arg, taken), ""});
+            continue;
         }
+        if (rules.outDir && *rules.outDir == Identity(info))
+        {
+            inputs.push_back({arg, "", "is the output folder: its files would mix with the results "
+                                       "(name another folder with -o)"});
+            continue;
+        }
+        std::vector<InputFile> found;
+        Walker walker(rules, found);
+        walker.Enter(info);
+        std::string dir = arg;
+        while (dir.size() > 1 && dir.back() == '/')
+            dir.pop_back();
+        walker.Walk(dir, "");
+        for (InputFile& file : found)
+        {
+            if (file.error.empty())
+                file.name = UniqueName(file.name, file.path, taken);
+            inputs.push_back(std::move(file));
+        }
+        if (found.empty())
+            inputs.push_back({arg, "", rules.recursive ? "no image files in this folder tree"
+                                                       : "no image files in this folder (--recursive "
+                                                         "descends into subfolders)"});
     }
     return inputs;
+}
+
+std::set<FileIdentity> InputIdentities(const std::vector<InputFile>& inputs)
+{
+    std::set<FileIdentity> identities;
+    for (const InputFile& input : inputs)
+    {
+        struct stat info;
+        if (!input.path.empty() && input.error.empty() && stat(input.path.c_str(), &info) == 0)
+            identities.insert(Identity(info));
+    }
+    return identities;
 }
 
 } // namespace kovral_tool

@@ -48,8 +48,13 @@ double Progress::Seconds() const
 void Progress::Done(const std::string& input, const TaskOutcome& outcome)
 {
     done_++;
-    if (outcome.ok)
+    if (outcome.skipped)
+        skipped_++;
+    else if (outcome.ok)
+    {
+        split_++;
         fingers_ += static_cast<size_t>(outcome.fingers);
+    }
     else
         failures_++;
     if (bar_)
@@ -85,8 +90,9 @@ void Progress::Draw()
 {
     drawn_ = Clock::now();
     double seconds = Seconds();
-    double rate = seconds > 0 ? done_ / seconds : 0;
-    std::string eta = done_ > 0 && rate > 0 ? MinutesAndSeconds((total_ - done_) / rate) : "-:--";
+    double rate = seconds > 0 ? split_ / seconds : 0;
+    double pace = seconds > 0 ? done_ / seconds : 0;   // skips and failures take time too
+    std::string eta = done_ > 0 && pace > 0 ? MinutesAndSeconds((total_ - done_) / pace) : "-:--";
     char tail[128];
     std::snprintf(tail, sizeof tail, " %zu/%zu %3zu%%  %.1f slaps/s  ETA %s", done_, total_,
                   total_ ? done_ * 100 / total_ : 100, rate, eta.c_str());
@@ -105,11 +111,21 @@ void Progress::Draw()
 std::string Progress::Summary() const
 {
     double seconds = Seconds();
-    char text[160];
-    std::snprintf(text, sizeof text, "%zu %s, %zu %s found, %zu %s, %.1f s, %.2f slaps/s", done_,
-                  done_ == 1 ? "file" : "files", fingers_, fingers_ == 1 ? "finger" : "fingers", failures_,
-                  failures_ == 1 ? "failure" : "failures", seconds, seconds > 0 ? done_ / seconds : 0.0);
-    return text;
+    char text[200];
+    int used = std::snprintf(text, sizeof text, "%zu %s split, %zu %s found, %zu %s", split_,
+                             split_ == 1 ? "slap" : "slaps", fingers_, fingers_ == 1 ? "finger" : "fingers", failures_,
+                             failures_ == 1 ? "failure" : "failures");
+    std::string summary(text, static_cast<size_t>(used));
+    if (skipped_ > 0)
+        summary += ", " + std::to_string(skipped_) + " skipped";
+    std::snprintf(text, sizeof text, ", %.1f s", seconds);
+    summary += text;
+    if (split_ > 0 && seconds > 0)
+    {
+        std::snprintf(text, sizeof text, ", %.2f slaps/s", split_ / seconds);
+        summary += text;
+    }
+    return summary;
 }
 
 } // namespace kovral_tool

@@ -28,9 +28,11 @@ public:
     // Clears the bar.
     void Finish();
 
-    // "12 files, 45 fingers found, 1 failure, 3.4 s, 3.5 slaps/s"
+    // "12 slaps split, 45 fingers found, 1 failure, 3 skipped, 3.4 s, 3.5 slaps/s":
+    // the rate counts only the slaps split, and is left out when there are none.
     std::string Summary() const;
 
+    size_t Split() const { return split_; }
     size_t Failures() const { return failures_; }
     size_t Fingers() const { return fingers_; }
 
@@ -44,6 +46,8 @@ private:
     bool quiet_;
     bool bar_;
     size_t done_ = 0;
+    size_t split_ = 0;
+    size_t skipped_ = 0;
     size_t fingers_ = 0;
     size_t failures_ = 0;
     Clock::time_point start_ = Clock::now();

@@ -14,8 +14,6 @@ namespace kovral_tool {
 
 namespace {
 
-constexpr int kJsonIndent = 2;
-
 std::string SplitFailure(int result)
 {
     switch (result)
@@ -32,9 +30,20 @@ std::string FileName(const std::string& path)
     return std::filesystem::path(path).filename().string();
 }
 
+// The "input" of the summary at path, or "" when it cannot be read.
+std::string SummaryInput(const std::string& path)
+{
+    std::ifstream in(path);
+    nlohmann::json summary = nlohmann::json::parse(in, nullptr, false);
+    if (!summary.is_object() || !summary.contains("input") || !summary["input"].is_string())
+        return "";
+    return summary["input"].get<std::string>();
+}
+
 } // namespace
 
-SlapSplitter::SlapSplitter(const Options& options) : options_(options)
+SlapSplitter::SlapSplitter(const Options& options, const std::set<FileIdentity>& inputs)
+    : options_(options), inputs_(inputs)
 {
     KOVRAL_Init(KOVRAL_MAX_WIDTH, KOVRAL_MAX_HEIGHT);
 }
@@ -60,12 +69,24 @@ bool SlapSplitter::Decode(const InputFile& input, GrayImage& image, std::string&
 TaskOutcome SlapSplitter::Split(const InputFile& input)
 {
     TaskOutcome outcome;
-    if (!options_.force)
+    bool replace = options_.force;
+    std::string existing;
+    EarlierOutputs earlier = FindEarlierOutputs(options_, input.name, existing);
+    if (earlier != EarlierOutputs::None && !replace)
     {
-        std::string existing = FirstExistingOutput(options_, input.name);
-        if (!existing.empty())
+        if (options_.skipExisting && earlier == EarlierOutputs::Complete)
         {
-            outcome.message = existing + " exists (--force replaces it)";
+            outcome.ok = outcome.skipped = true;
+            outcome.message = "skipped: " + SummaryPath(options_, input.name) + " and its files exist";
+            return outcome;
+        }
+        if (input.path.empty() && SummaryInput(SummaryPath(options_, input.name)) == kSampleInput)
+            replace = true;
+        else
+        {
+            const bool complete = earlier == EarlierOutputs::Complete;
+            outcome.message = existing + (complete ? " exists" : " is left from an unfinished run")
+                              + " (--force replaces it" + (complete ? ", --skip-existing leaves it)" : ")");
             return outcome;
         }
     }
@@ -92,7 +113,7 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
         info[i].pFpImg = buffers.data() + fingerBytes * i;
 
     SlapSummary summary;
-    summary.input = input.path.empty() ? "(bundled sample)" : input.path;
+    summary.input = input.path.empty() ? kSampleInput : input.path;
     summary.width = image.width;
     summary.height = image.height;
     summary.fingerWidth = finger.width;
@@ -107,51 +128,49 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
             summary.judgement = KOVRAL_JudegeFingers(summary.count, info);
     }
 
+    // Every output to a temporary; the summary last, as it marks a complete set.
+    OutputSet outputs(replace, options_.sync, inputs_);
+    std::set<std::string> written;
     std::string& error = outcome.message;
+    auto stage = [&](const std::string& path, const std::vector<uint8_t>& bytes) {
+        if (bytes.empty())
+        {
+            error = "cannot encode " + path + ": out of memory";
+            return false;
+        }
+        written.insert(path);
+        return outputs.Stage(path, bytes, error);
+    };
     for (int i = 0; split && i < summary.count; i++)
     {
         std::string path = FingerPath(options_, input.name, i + 1);
-        auto write = [&](const std::string& file) {
-            GrayImage fingerImage{finger.width, finger.height,
-                                  std::vector<uint8_t>(info[i].pFpImg, info[i].pFpImg + fingerBytes)};
-            std::vector<uint8_t> bytes = options_.format == FingerFormat::Png ? kovral_io::EncodeGrayPng(fingerImage)
-                                                                               : kovral_io::EncodeGrayBmp(fingerImage);
-            std::string ignored;
-            return !bytes.empty() && kovral_io::WriteFile(file, bytes, ignored);
-        };
-        if (!WriteOutput(path, write, error))
+        GrayImage fingerImage{finger.width, finger.height,
+                              std::vector<uint8_t>(info[i].pFpImg, info[i].pFpImg + fingerBytes)};
+        if (!stage(path, options_.format == FingerFormat::Png ? kovral_io::EncodeGrayPng(fingerImage)
+                                                              : kovral_io::EncodeGrayBmp(fingerImage)))
             return outcome;
         summary.fingerFiles.push_back(FileName(path));
     }
-
-    std::string summaryPath = SummaryPath(options_, input.name);
-    nlohmann::ordered_json json = SummaryJson(summary);
-    auto writeJson = [&](const std::string& file) {
-        std::ofstream out(file);
-        out << json.dump(kJsonIndent, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
-        out.close();
-        return static_cast<bool>(out);
-    };
-    if (!WriteOutput(summaryPath, writeJson, error))
-        return outcome;
-    outcome.record = json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-
     if (options_.overlay)
     {
         std::vector<FingerMark> marks;
         for (int i = 0; split && i < summary.count; i++)
             marks.push_back({info[i].x, info[i].y, info[i].angle, i + 1});
         RgbImage overlay = DrawOverlay(image, marks, finger.width, finger.height);
-        auto writeOverlay = [&](const std::string& file) {
-            std::vector<uint8_t> bytes = kovral_io::EncodeRgbPng(overlay.pixels.data(), overlay.width, overlay.height);
-            std::string ignored;
-            return !bytes.empty() && kovral_io::WriteFile(file, bytes, ignored);
-        };
-        if (!WriteOutput(OverlayPath(options_, input.name), writeOverlay, error))
+        if (!stage(OverlayPath(options_, input.name),
+                   kovral_io::EncodeRgbPng(overlay.pixels.data(), overlay.width, overlay.height)))
             return outcome;
     }
-    if (options_.force && split)
-        RemoveStaleFingers(options_, input.name, summary.count);
+    const std::string summaryPath = SummaryPath(options_, input.name);
+    const std::string text = SummaryText(summary);
+    if (!stage(summaryPath, std::vector<uint8_t>(text.begin(), text.end())))
+        return outcome;
+    for (const std::string& path : PossibleOutputs(options_, input.name))
+        if (!written.count(path))
+            outputs.Retire(path);
+    if (!outputs.Commit(error))
+        return outcome;
+    outcome.record = SummaryJson(summary).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 
     if (!split)
     {

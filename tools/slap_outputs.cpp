@@ -1,12 +1,10 @@
 #include "slap_outputs.h"
 
-#include <unistd.h>
+#include <sys/stat.h>
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
-#include <system_error>
+#include <fstream>
+#include <iterator>
 
 namespace fs = std::filesystem;
 
@@ -14,9 +12,24 @@ namespace kovral_tool {
 
 namespace {
 
+constexpr int kJsonIndent = 2;
+constexpr const char* kHexDigits = "0123456789abcdef";
+
 std::string OutputBase(const Options& options, const std::string& name)
 {
     return (fs::path(options.outDir) / name).string();
+}
+
+std::string FingerPath(const Options& options, const std::string& name, int position, FingerFormat format)
+{
+    return OutputBase(options, name) + "_finger" + std::to_string(position)
+           + (format == FingerFormat::Png ? ".png" : ".bmp");
+}
+
+bool Exists(const std::string& path)
+{
+    struct stat info;
+    return lstat(path.c_str(), &info) == 0;
 }
 
 const char* JudgementMeaning(int judgement)
@@ -29,12 +42,38 @@ const char* JudgementMeaning(int judgement)
     }
 }
 
+bool ValidUtf8(const std::string& text)
+{
+    nlohmann::json value = text;
+    try
+    {
+        (void)value.dump();
+        return true;
+    }
+    catch (const nlohmann::json::type_error&)
+    {
+        return false;
+    }
+}
+
+// A file name as key; one that is not UTF-8 also as key_hex, its bytes in
+// hexadecimal, so that the name can be recovered exactly.
+void PutName(nlohmann::ordered_json& json, const std::string& key, const std::string& name)
+{
+    json[key] = name;
+    if (ValidUtf8(name))
+        return;
+    std::string hex;
+    for (unsigned char c : name)
+        hex += {kHexDigits[c >> 4], kHexDigits[c & 15]};
+    json[key + "_hex"] = hex;
+}
+
 } // namespace
 
 std::string FingerPath(const Options& options, const std::string& name, int position)
 {
-    return OutputBase(options, name) + "_finger" + std::to_string(position)
-           + (options.format == FingerFormat::Png ? ".png" : ".bmp");
+    return FingerPath(options, name, position, options.format);
 }
 
 std::string SummaryPath(const Options& options, const std::string& name)
@@ -47,29 +86,39 @@ std::string OverlayPath(const Options& options, const std::string& name)
     return OutputBase(options, name) + "_overlay.png";
 }
 
-std::string FirstExistingOutput(const Options& options, const std::string& name)
+std::vector<std::string> PossibleOutputs(const Options& options, const std::string& name)
 {
-    std::vector<std::string> paths{SummaryPath(options, name)};
-    for (int position = 1; position <= kMaxFingers; position++)
-        paths.push_back(FingerPath(options, name, position));
-    if (options.overlay)
-        paths.push_back(OverlayPath(options, name));
-    for (const std::string& path : paths)
-    {
-        std::error_code ec;
-        if (fs::exists(fs::symlink_status(path, ec)))
-            return path;
-    }
-    return "";
+    std::vector<std::string> paths{SummaryPath(options, name), OverlayPath(options, name)};
+    for (FingerFormat format : {FingerFormat::Bmp, FingerFormat::Png})
+        for (int position = 1; position <= kMaxFingers; position++)
+            paths.push_back(FingerPath(options, name, position, format));
+    return paths;
 }
 
-void RemoveStaleFingers(const Options& options, const std::string& name, int count)
+EarlierOutputs FindEarlierOutputs(const Options& options, const std::string& name, std::string& first)
 {
-    for (int position = count + 1; position <= kMaxFingers; position++)
-    {
-        std::error_code ec;
-        fs::remove(FingerPath(options, name, position), ec);
-    }
+    first.clear();
+    for (const std::string& path : PossibleOutputs(options, name))
+        if (Exists(path))
+        {
+            first = path;
+            break;
+        }
+    if (first.empty())
+        return EarlierOutputs::None;
+    // Complete: the summary is whole and every file it names is there.
+    std::ifstream in(SummaryPath(options, name));
+    nlohmann::json summary = nlohmann::json::parse(std::istreambuf_iterator<char>(in),
+                                                   std::istreambuf_iterator<char>(), nullptr, false);
+    if (!summary.is_object() || !summary.contains("fingers") || !summary["fingers"].is_array())
+        return EarlierOutputs::Incomplete;
+    int position = 1;
+    for (const nlohmann::json& finger : summary["fingers"])
+        if (!Exists(FingerPath(options, name, position++)) || !finger.is_object())
+            return EarlierOutputs::Incomplete;
+    if (options.overlay && !Exists(OverlayPath(options, name)))
+        return EarlierOutputs::Incomplete;
+    return EarlierOutputs::Complete;
 }
 
 nlohmann::ordered_json SummaryJson(const SlapSummary& summary)
@@ -78,50 +127,28 @@ nlohmann::ordered_json SummaryJson(const SlapSummary& summary)
     for (int i = 0; i < summary.count && i < static_cast<int>(summary.fingerFiles.size()); i++)
     {
         const KOVRAL_INFO_& f = summary.fingers[i];
-        fingers.push_back({{"position", i + 1},
-                           {"x", f.x},
-                           {"y", f.y},
-                           {"angle", f.angle},
-                           {"quality", f.quality},
-                           {"file", summary.fingerFiles[i]}});
+        nlohmann::ordered_json finger{
+            {"position", i + 1}, {"x", f.x}, {"y", f.y}, {"angle", f.angle}, {"quality", f.quality}};
+        PutName(finger, "file", summary.fingerFiles[i]);
+        fingers.push_back(finger);
     }
-    nlohmann::ordered_json json{{"input", summary.input},
-                        {"width", summary.width},
-                        {"height", summary.height},
-                        {"finger_width", summary.fingerWidth},
-                        {"finger_height", summary.fingerHeight},
-                        {"result", summary.result},
-                        {"count", summary.count},
-                        {"fingers", fingers}};
+    nlohmann::ordered_json json;
+    PutName(json, "input", summary.input);
+    json["width"] = summary.width;
+    json["height"] = summary.height;
+    json["finger_width"] = summary.fingerWidth;
+    json["finger_height"] = summary.fingerHeight;
+    json["result"] = summary.result;
+    json["count"] = summary.count;
+    json["fingers"] = fingers;
     if (summary.count == kMaxFingers && summary.result == KOVRAL_OK)
         json["hand"] = {{"judgement", summary.judgement}, {"meaning", JudgementMeaning(summary.judgement)}};
     return json;
 }
 
-bool WriteOutput(const std::string& path, const std::function<bool(const std::string&)>& write, std::string& error)
+std::string SummaryText(const SlapSummary& summary)
 {
-    std::error_code ec;
-    fs::path parent = fs::path(path).parent_path();
-    if (!parent.empty() && !fs::is_directory(parent, ec) && !fs::create_directories(parent, ec) && ec)
-    {
-        error = "cannot create directory " + parent.string() + ": " + ec.message();
-        return false;
-    }
-    std::string temporary = path + ".part" + std::to_string(getpid());
-    errno = 0;
-    if (!write(temporary))
-    {
-        error = "cannot write " + path + (errno ? std::string(": ") + std::strerror(errno) : std::string());
-        std::remove(temporary.c_str());
-        return false;
-    }
-    if (std::rename(temporary.c_str(), path.c_str()) != 0)
-    {
-        error = "cannot write " + path + ": " + std::strerror(errno);
-        std::remove(temporary.c_str());
-        return false;
-    }
-    return true;
+    return SummaryJson(summary).dump(kJsonIndent, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
 }
 
 } // namespace kovral_tool

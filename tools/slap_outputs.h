@@ -1,5 +1,5 @@
 // The files written for one slap: finger images, the JSON summary and the
-// overlay, named after the slap, never replacing a file unless asked to.
+// overlay, named after the slap.
 #ifndef KOVRAL_TOOLS_SLAP_OUTPUTS_H
 #define KOVRAL_TOOLS_SLAP_OUTPUTS_H
 
@@ -8,7 +8,6 @@
 #include <kovral.h>
 #include <nlohmann/json.hpp>
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -17,7 +16,8 @@ namespace kovral_tool {
 // Fingers a split reports at most.
 inline constexpr int kMaxFingers = 4;
 
-// What one split of one slap gave, as the summary records it.
+// What one split of one slap gave, as the summary records it. Every field of
+// the JSON summary comes from here, in SummaryJson.
 struct SlapSummary
 {
     std::string input;              // the file as given, or "(bundled sample)"
@@ -37,22 +37,28 @@ std::string FingerPath(const Options& options, const std::string& name, int posi
 std::string SummaryPath(const Options& options, const std::string& name);
 std::string OverlayPath(const Options& options, const std::string& name);
 
-// Without --force: the first output of this slap that exists already, or ""
-// when there is none. Finger images of every position count, so that a run
-// never mixes its results with an earlier run's.
-std::string FirstExistingOutput(const Options& options, const std::string& name);
+// Every file that a run with any options may write for slap name: summary,
+// overlay, and finger images of every position in either format.
+std::vector<std::string> PossibleOutputs(const Options& options, const std::string& name);
 
-// With --force: removes finger images of positions after count left from an earlier run.
-void RemoveStaleFingers(const Options& options, const std::string& name, int count);
+enum class EarlierOutputs
+{
+    None,
+    Complete,     // the summary, every finger image it names, and the overlay if asked for
+    Incomplete
+};
+
+// What an earlier run left for slap name; first names the first file found.
+EarlierOutputs FindEarlierOutputs(const Options& options, const std::string& name, std::string& first);
+
+// The summary's "input" when it came from the bundled sample.
+inline constexpr const char* kSampleInput = "(bundled sample)";
 
 // The JSON summary of a split.
 nlohmann::ordered_json SummaryJson(const SlapSummary& summary);
 
-// Writes the file at path through a temporary file in the same directory
-// (created if missing), so that an interrupted run leaves no partial output
-// under the final name. write gets the temporary path and returns success.
-// On failure returns false and sets error.
-bool WriteOutput(const std::string& path, const std::function<bool(const std::string&)>& write, std::string& error);
+// The summary's text as written to its file.
+std::string SummaryText(const SlapSummary& summary);
 
 } // namespace kovral_tool
 

@@ -1,22 +1,31 @@
 // kovral-split: splits slap images into finger images from the command line.
 #include "cli_options.h"
 #include "input_files.h"
+#include "output_commit.h"
 #include "progress_display.h"
 #include "review_page.h"
+#include "run_lock.h"
 #include "slap_job.h"
 #include "slap_outputs.h"
 #include "worker_pool.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <memory>
+#include <set>
 
 using namespace kovral_tool;
 
 namespace {
 
 constexpr int kFailed = 1;
+// A run ended by a signal exits as a shell reports a process killed by it.
+constexpr int kSignalExitBase = 128;
 
 std::string Label(const InputFile& input)
 {
@@ -50,8 +59,21 @@ int main(int argc, char** argv)
     if (!parsed)
         return exitCode;
     Options& options = *parsed;
+    CatchInterruptions();
 
-    // Without inputs: the bundled sample, with its overlay, into the output directory.
+    // The output folder: taken once for the whole run, before any input is looked at.
+    std::string error;
+    if (!LockOutputFolder(options.outDir, error))
+    {
+        std::fprintf(stderr, "kovral-split: %s\n", error.c_str());
+        return kFailed;
+    }
+    WalkRules rules{options.recursive, options.followLinks, std::nullopt};
+    struct stat outInfo;
+    if (stat(options.outDir.c_str(), &outInfo) == 0)
+        rules.outDir = FileIdentity{outInfo.st_dev, outInfo.st_ino};
+
+    // Without inputs: the bundled sample, with its overlay, into the output folder.
     bool sample = options.inputs.empty();
     std::vector<InputFile> inputs;
     if (sample)
@@ -60,7 +82,8 @@ int main(int argc, char** argv)
         options.overlay = true;
     }
     else
-        inputs = CollectInputs(options.inputs, options.recursive);
+        inputs = CollectInputs(options.inputs, rules);
+    const std::set<FileIdentity> inputFiles = InputIdentities(inputs);
     if (!options.report.empty())
     {
         std::error_code ec;
@@ -90,16 +113,28 @@ int main(int argc, char** argv)
     std::unique_ptr<SlapSplitter> splitter;
     auto task = [&](size_t k) {
         if (!splitter)
-            splitter = std::make_unique<SlapSplitter>(options);
+            splitter = std::make_unique<SlapSplitter>(options, inputFiles);
         return splitter->Split(inputs[runnable[k]]);
     };
     auto report = [&](size_t k, const TaskOutcome& outcome) {
         outcomes[runnable[k]] = outcome;
         progress.Done(Label(inputs[runnable[k]]), outcome);
     };
+    // A worker that died may have left temporaries beside its slap's outputs.
+    auto died = [&](size_t k, pid_t pid) {
+        RemoveTemporariesOf(pid, std::filesystem::path(SummaryPath(options, inputs[runnable[k]].name)).parent_path());
+    };
     int jobs = static_cast<int>(std::min<size_t>(static_cast<size_t>(options.jobs), runnable.size()));
-    RunInWorkers(runnable.size(), jobs, task, report, [&] { progress.Tick(); });
+    BatchEnd end = RunInWorkers(runnable.size(), jobs, task, report, [&] { progress.Tick(); }, died);
     progress.Finish();
+
+    if (end.signal)
+    {
+        std::printf("kovral-split: interrupted by SIG%s: %s, %zu not started\n", sigabbrev_np(end.signal),
+                    progress.Summary().c_str(), end.notStarted);
+        std::fflush(stdout);
+        return kSignalExitBase + end.signal;
+    }
 
     bool reviewWritten = true;
     if (!options.report.empty())
@@ -107,13 +142,12 @@ int main(int argc, char** argv)
         std::vector<ReviewSlap> slaps;
         for (size_t i = 0; i < inputs.size(); i++)
             slaps.push_back(ReviewEntry(options, inputs[i], Label(inputs[i]), outcomes[i]));
-        std::string error;
         reviewWritten = WriteReviewPage(options, slaps, error);
         if (!reviewWritten)
             std::fprintf(stderr, "kovral-split: %s\n", error.c_str());
     }
 
-    if (sample && progress.Failures() == 0)
+    if (sample && progress.Failures() == 0 && !options.quiet)
         DescribeSampleResults(options, inputs[0], progress.Fingers());
     else
         std::printf("kovral-split: %s\n", progress.Summary().c_str());

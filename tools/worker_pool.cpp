@@ -24,6 +24,16 @@ constexpr int kTickMilliseconds = 100;
 constexpr int kMaxFruitlessStarts = 8;
 constexpr size_t kNoTask = SIZE_MAX;
 
+volatile sig_atomic_t g_firstSignal = 0;
+volatile sig_atomic_t g_signals = 0;
+
+void NoteSignal(int signal)
+{
+    if (!g_firstSignal)
+        g_firstSignal = signal;
+    g_signals = g_signals + 1;
+}
+
 struct Worker
 {
     pid_t pid = -1;
@@ -75,7 +85,10 @@ bool ReadAll(int fd, void* data, size_t size)
         {
             outcome = {false, 0, std::string("internal error: ") + e.what()};
         }
-        nlohmann::json result{{"ok", outcome.ok}, {"fingers", outcome.fingers}, {"message", outcome.message},
+        nlohmann::json result{{"ok", outcome.ok},
+                              {"fingers", outcome.fingers},
+                              {"message", outcome.message},
+                              {"skipped", outcome.skipped},
                               {"record", outcome.record}};
         std::string line = result.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
         if (!WriteAll(resultFd, line.data(), line.size()))
@@ -95,9 +108,32 @@ std::string DeathReason(int status)
 class Pool
 {
 public:
-    Pool(size_t count, const TaskFunction& task, const ReportFunction& report)
-        : count_(count), task_(task), report_(report)
+    Pool(size_t count, const TaskFunction& task, const ReportFunction& report, const DeathFunction& died)
+        : count_(count), task_(task), report_(report), died_(died)
     {
+    }
+
+    // Hands out no more tasks: a worker leaves when it has finished its own.
+    // Returns the number of tasks never started.
+    size_t Stop()
+    {
+        size_t notStarted = count_ - next_;
+        next_ = count_;
+        for (Worker& worker : workers_)
+            if (worker.taskFd >= 0)
+            {
+                close(worker.taskFd);
+                worker.taskFd = -1;
+            }
+        return notStarted;
+    }
+
+    // Ends the running tasks at once.
+    void Kill()
+    {
+        killing_ = true;
+        for (const Worker& worker : workers_)
+            kill(worker.pid, SIGKILL);
     }
 
     // Starts a worker and hands it the next task; false when none could be started.
@@ -129,6 +165,9 @@ public:
             close(tasks[1]);
             close(results[0]);
             signal(SIGPIPE, SIG_DFL);
+            // The batch decides when to stop; a terminal's Ctrl-C reaches the workers too.
+            signal(SIGINT, SIG_IGN);
+            signal(SIGTERM, SIG_IGN);
             WorkerMain(tasks[0], results[1], task_);
         }
         close(tasks[0]);
@@ -171,7 +210,7 @@ public:
         int ready = poll(fds.data(), fds.size(), kTickMilliseconds);
         tick();
         if (ready <= 0)
-            return true;
+            return true;   // also after a signal, which the caller looks at
         for (size_t i = fds.size(); i-- > 0;)
             if (fds[i].revents)
                 Read(i);
@@ -214,7 +253,7 @@ private:
             TaskOutcome outcome{false, 0, "the worker process sent a garbled result"};
             if (line.is_object())
                 outcome = {line.value("ok", false), line.value("fingers", 0), line.value("message", ""),
-                           line.value("record", "")};
+                           line.value("skipped", false), line.value("record", "")};
             size_t task = worker.task;
             worker.task = kNoTask;
             fruitlessStarts_ = 0;
@@ -236,7 +275,11 @@ private:
         {
         }
         if (worker.task != kNoTask)
-            report_(worker.task, {false, 0, DeathReason(status)});
+        {
+            if (died_)
+                died_(worker.task, worker.pid);
+            report_(worker.task, {false, 0, killing_ ? "discarded: the run was interrupted" : DeathReason(status)});
+        }
         else if (next_ < count_)
             fruitlessStarts_++;
     }
@@ -244,24 +287,46 @@ private:
     size_t count_;
     size_t next_ = 0;
     int fruitlessStarts_ = 0;
+    bool killing_ = false;
     const TaskFunction& task_;
     const ReportFunction& report_;
+    const DeathFunction& died_;
     std::vector<Worker> workers_;
 };
 
 } // namespace
 
-void RunInWorkers(size_t count, int jobs, const TaskFunction& task, const ReportFunction& report,
-                  const std::function<void()>& tick)
+void CatchInterruptions()
 {
-    if (count == 0)
-        return;
+    // Without SA_RESTART: a signal ends the wait for results at once.
+    struct sigaction note = {};
+    note.sa_handler = NoteSignal;
+    sigemptyset(&note.sa_mask);
+    sigaction(SIGINT, &note, nullptr);
+    sigaction(SIGTERM, &note, nullptr);
+}
+
+int Interruption()
+{
+    return g_firstSignal;
+}
+
+BatchEnd RunInWorkers(size_t count, int jobs, const TaskFunction& task, const ReportFunction& report,
+                      const std::function<void()>& tick, const DeathFunction& died)
+{
+    BatchEnd end;
+    end.signal = Interruption();
+    if (count == 0 || end.signal)
+    {
+        end.notStarted = count;
+        return end;
+    }
     // A worker that dies makes writes to its pipe fail instead of ending this process.
     struct sigaction ignore = {}, previous = {};
     ignore.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &ignore, &previous);
 
-    Pool pool(count, task, report);
+    Pool pool(count, task, report, died);
     std::string error;
     int started = 0;
     for (int i = 0; i < jobs && static_cast<size_t>(i) < count; i++)
@@ -269,10 +334,24 @@ void RunInWorkers(size_t count, int jobs, const TaskFunction& task, const Report
             started++;
     if (started == 0)
         pool.FailRemaining("cannot start a worker process: " + error);
+    bool stopped = false, killed = false;
     while (pool.Step(jobs, tick))
     {
+        const int signals = g_signals;
+        if (signals >= 1 && !stopped)
+        {
+            stopped = true;
+            end.signal = Interruption();
+            end.notStarted = pool.Stop();
+        }
+        if (signals >= 2 && !killed)
+        {
+            killed = true;
+            pool.Kill();
+        }
     }
     sigaction(SIGPIPE, &previous, nullptr);
+    return end;
 }
 
 } // namespace kovral_tool

@@ -129,7 +129,7 @@ TEST_F(SplitTool, EveryFormatInABatchWithBadFiles)
 
     EXPECT_EQ(Run("scans missing.png empty -r -j 2 --size 1300x900"), 1);
     // One line per bad input, naming it and the reason; every good slap is written, the bad ones leave nothing.
-    EXPECT_EQ(err_, "kovral-split: empty: no image files in this directory tree\n"
+    EXPECT_EQ(err_, "kovral-split: empty: no image files in this folder tree\n"
                     "kovral-split: scans/broken.png: truncated PNG: end of stream\n"
                     "kovral-split: missing.png: cannot open: No such file or directory\n");
     for (const auto& [file, name, w, h, tilt] : rows)
@@ -152,7 +152,7 @@ TEST_F(SplitTool, FingerSizesAndForce)
     fs::remove(dir_ / "kovral-out/big.json");
     const std::string limits = ": finger images are 256..1600 x 360..1500 pixels";
     const std::tuple<std::string, int, std::string> refused[] = {
-        {"big.png", 1, "big.png: kovral-out/big_finger1.bmp exists (--force replaces it)"},
+        {"big.png", 1, "big.png: kovral-out/big_finger1.bmp is left from an unfinished run (--force replaces it)"},
         {"low.pgm -f --finger-size 320x480", 1, "low.pgm: finger size 320x480 is larger than the 1600 x 470 image"},
         {"big.png --finger-size 255x360", 2, "--finger-size 255x360" + limits},
         {"big.png --finger-size 1600x1501", 2, "--finger-size 1600x1501" + limits}};
