@@ -11,7 +11,7 @@
 
 namespace fs = std::filesystem;
 
-namespace kovral_split {
+namespace kovral_tool {
 
 namespace {
 
@@ -463,4 +463,4 @@ bool WriteReviewPage(const Options& options, const std::vector<ReviewSlap>& slap
     return WriteOutput(options.report, write, error);
 }
 
-} // namespace kovral_split
+} // namespace kovral_tool

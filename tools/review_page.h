@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-namespace kovral_split {
+namespace kovral_tool {
 
 // One slap as the page shows it.
 struct ReviewSlap
@@ -41,6 +41,6 @@ ReviewSlap ReviewEntry(const Options& options, const InputFile& input, const std
 // temporary beside it, renamed into place). On failure returns false and sets error.
 bool WriteReviewPage(const Options& options, const std::vector<ReviewSlap>& slaps, std::string& error);
 
-} // namespace kovral_split
+} // namespace kovral_tool
 
 #endif

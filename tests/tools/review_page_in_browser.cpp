@@ -45,7 +45,7 @@ void WriteSlap(const std::string& file, size_t fingers, uint32_t seed)
     plan.fingers.resize(fingers);
     slapgen::Slap slap = slapgen::Generate(plan);
     std::string error;
-    ASSERT_TRUE(kovral_split::WriteGrayImageFile((kDir / file).string(), {1400, 1000, slap.pixels}, error))
+    ASSERT_TRUE(kovral_tool::WriteGrayImageFile((kDir / file).string(), {1400, 1000, slap.pixels}, error))
         << error;
 }
 

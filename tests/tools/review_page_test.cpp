@@ -10,8 +10,8 @@
 
 namespace {
 
-using kovral_split::ReviewPageHtml;
-using kovral_split::ReviewSlap;
+using kovral_tool::ReviewPageHtml;
+using kovral_tool::ReviewSlap;
 using Json = nlohmann::ordered_json;
 
 // A split slap whose summary has these fingers and extra fields.
