@@ -1,5 +1,7 @@
 #include "review_page.h"
 
+#include "output_commit.h"
+
 #include "slap_outputs.h"
 
 #include <algorithm>
@@ -454,13 +456,10 @@ bool WriteReviewPage(const Options& options, const std::vector<ReviewSlap>& slap
 {
     fs::path pageDir = fs::absolute(options.report).parent_path();
     std::string html = ReviewPageHtml(slaps, pageDir);
-    auto write = [&](const std::string& file) {
-        std::ofstream out(file, std::ios::binary);
-        out.write(html.data(), static_cast<std::streamsize>(html.size()));
-        out.close();
-        return static_cast<bool>(out);
-    };
-    return WriteOutput(options.report, write, error);
+    // Written like every other output: a temporary, checked, renamed into place.
+    OutputSet page(options.force, options.sync, {});
+    return page.Stage(options.report, std::span(reinterpret_cast<const uint8_t*>(html.data()), html.size()), error)
+           && page.Commit(error);
 }
 
 } // namespace kovral_tool

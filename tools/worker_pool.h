@@ -14,10 +14,16 @@ namespace kovral_tool {
 
 struct TaskOutcome
 {
-    bool ok = false;
-    int fingers = 0;
+    TaskOutcome(bool ok = false, int fingers = 0, std::string message = "", bool skipped = false,
+                std::string record = "")
+        : ok(ok), fingers(fingers), message(std::move(message)), skipped(skipped), record(std::move(record))
+    {
+    }
+
+    bool ok;
+    int fingers;
     std::string message;   // the reason of a failure, or what was written
-    bool skipped = false;  // ok, and nothing needed doing
+    bool skipped;          // ok, and nothing needed doing
     std::string record;    // the slap's JSON summary when one was written, else ""
 };
 

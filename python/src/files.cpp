@@ -97,8 +97,9 @@ py::tuple SplitFile(const std::string& path, const std::string& name, const Batc
     {
         py::gil_scoped_release released;
         std::lock_guard<std::mutex> guard(ToolLock());
-        kovral_tool::SlapSplitter splitter(options);
-        outcome = splitter.Split({path, name, ""});
+        const kovral_tool::InputFile input{path, name, ""};
+        kovral_tool::SlapSplitter splitter(options, kovral_tool::InputIdentities({input}));
+        outcome = splitter.Split(input);
     }
     return py::make_tuple(outcome.ok, outcome.fingers, outcome.message);
 }
@@ -146,7 +147,8 @@ void RegisterFiles(py::module_& m)
         "_parse_pixel_size",
         [](const std::string& text) -> std::optional<SizePair> {
             kovral_tool::PixelSize size;
-            if (!kovral_tool::ParsePixelSize(text, size))
+            std::string error;
+            if (!kovral_tool::ParsePixelSize(text, size, error))
                 return std::nullopt;
             return SizePair{size.width, size.height};
         },
@@ -156,7 +158,7 @@ void RegisterFiles(py::module_& m)
         "_collect_inputs",
         [](const std::vector<std::string>& paths, bool recursive) {
             std::vector<std::tuple<std::string, std::string, std::string>> out;
-            for (const kovral_tool::InputFile& input : kovral_tool::CollectInputs(paths, recursive))
+            for (const kovral_tool::InputFile& input : kovral_tool::CollectInputs(paths, kovral_tool::WalkRules{recursive, false, std::nullopt}))
                 out.emplace_back(input.path, input.name, input.error);
             return out;
         },
