@@ -143,18 +143,18 @@ TEST(WsqSubbandTree, KnownRectangles)
 }
 
 // counts[i] = number of codes of length i + 1.
-struct TableSpec
+struct TableLayout
 {
     std::vector<std::pair<int, int>> lengths;   // (code length, how many)
     std::vector<uint8_t> values;
 };
 
-bool Build(const TableSpec& spec, HuffmanTable& table, std::string& error)
+bool Build(const TableLayout& layout, HuffmanTable& table, std::string& error)
 {
     uint8_t counts[kMaxCodeLength] = {};
-    for (auto [len, n] : spec.lengths)
+    for (auto [len, n] : layout.lengths)
         counts[len - 1] = uint8_t(n);
-    return BuildHuffmanTable(counts, spec.values.data(), table, error);
+    return BuildHuffmanTable(counts, layout.values.data(), table, error);
 }
 
 TEST(WsqHuffman, TableLimits)
