@@ -12,10 +12,8 @@
 namespace {
 
 constexpr int FULL_TURN = 360;
-constexpr int HALF_TURN = 180;
 constexpr int LOWEST_FOLDED = -179;
 constexpr int HIGHEST_FOLDED = 359;
-constexpr double PI = 3.141592653589793;
 constexpr double TABLE_PRECISION = 1e-6;
 
 } // namespace
