@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "failing_new/failing_new.h"
-#include "engine/split_cases.h"
+#include "split_cases.h"
 #include "slapgen.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // The NIST transaction files committed as test data, and the directory of
 // the reference decoder's PGM output when it sits beside the repository.
-#ifndef KOVRAL_TESTS_IO_NIST_FILES_H
-#define KOVRAL_TESTS_IO_NIST_FILES_H
+#ifndef KOVRAL_TESTS_SUPPORT_IO_NIST_FILES_H
+#define KOVRAL_TESTS_SUPPORT_IO_NIST_FILES_H
 
 #include <cstdint>
 #include <cstdlib>

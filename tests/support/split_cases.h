@@ -1,7 +1,7 @@
 // Generated slaps of every size class, and one split of each through
 // KOVRAL_DoSplit and through a splitter, for the tests that compare them.
-#ifndef KOVRAL_TESTS_SPLIT_CASES_H
-#define KOVRAL_TESTS_SPLIT_CASES_H
+#ifndef KOVRAL_TESTS_SUPPORT_SPLIT_CASES_H
+#define KOVRAL_TESTS_SUPPORT_SPLIT_CASES_H
 
 #include <kovral.h>
 
