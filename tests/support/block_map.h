@@ -1,4 +1,4 @@
-// Block maps for the locate tests, written as text: rows split by "|", cells by blanks, "." for 0.
+// Block maps for the locate and compat tests, written as text: rows split by "|", cells by blanks, "." for 0.
 #ifndef KOVRAL_TESTS_SUPPORT_BLOCK_MAP_H
 #define KOVRAL_TESTS_SUPPORT_BLOCK_MAP_H
 

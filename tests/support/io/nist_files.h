@@ -6,18 +6,12 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
-namespace kovral_test {
+#include "../test_bytes.h"
 
-inline std::vector<uint8_t> ReadBytes(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+namespace kovral_test {
 
 inline std::string NistFile(const std::string& name) { return std::string(KOVRAL_NIST_DATA) + "/" + name; }
 
