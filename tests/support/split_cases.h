@@ -67,20 +67,45 @@ struct Result
 };
 
 constexpr uint8_t UNTOUCHED = 77;
+constexpr int UNSET = -999;  // x, y and angle of a record before a split; its quality is 200
 
-inline Result SplitLegacy(const Case& c)
+// Ten finger buffers of outW x outH prefilled with `fill`, wired to ten preset
+// records, and what KOVRAL_DoSplit last made of a slap in them. Movable, not
+// copyable: the records point into the buffers.
+struct LegacySplit
 {
-    std::vector<std::vector<uint8_t>> buffers(KOVRAL_MAX_RECORDS, std::vector<uint8_t>(c.outW * c.outH, UNTOUCHED));
-    KOVRAL_INFO_ info[KOVRAL_MAX_RECORDS] = {};
-    for (int i = 0; i < KOVRAL_MAX_RECORDS; i++)
-        info[i].pFpImg = buffers[i].data();
-    std::vector<uint8_t> image = c.slap.pixels;
+    int outW, outH;
+    std::vector<std::vector<uint8_t>> pixels;
+    KOVRAL_INFO_ info[KOVRAL_MAX_RECORDS];
+    int rc = 0, count = -1;
+
+    LegacySplit(int w, int h, uint8_t fill = UNTOUCHED)
+        : outW(w), outH(h), pixels(KOVRAL_MAX_RECORDS, std::vector<uint8_t>(size_t(w) * h, fill))
+    {
+        for (int i = 0; i < KOVRAL_MAX_RECORDS; i++)
+            info[i] = {UNSET, UNSET, UNSET, 200, pixels[i].data()};
+    }
+    LegacySplit(LegacySplit&&) = default;
+    LegacySplit(const LegacySplit&) = delete;
+
+    // Splits a copy of the slap's pixels; returns the result code.
+    int Split(const slapgen::Slap& slap, void* reserved = nullptr)
+    {
+        std::vector<uint8_t> image = slap.pixels;
+        return rc = KOVRAL_DoSplit(image.data(), slap.width, slap.height, reserved, outW, outH, &count, info);
+    }
+};
+
+inline Result SplitLegacy(const Case& c, void* reserved = nullptr)
+{
+    LegacySplit split(c.outW, c.outH);
     Result r;
-    r.rc = KOVRAL_DoSplit(image.data(), c.slap.width, c.slap.height, nullptr, c.outW, c.outH, &r.count, info);
+    r.rc = split.Split(c.slap, reserved);
+    r.count = split.count;
     for (int i = 0; i < r.count; i++)
-        r.records.insert(r.records.end(), {info[i].x, info[i].y, info[i].angle, info[i].quality});
-    buffers.resize(KOVRAL_MAX_FINGERS);
-    r.images = buffers;
+        r.records.insert(r.records.end(), {split.info[i].x, split.info[i].y, split.info[i].angle, split.info[i].quality});
+    split.pixels.resize(KOVRAL_MAX_FINGERS);
+    r.images = std::move(split.pixels);
     return r;
 }
 
