@@ -133,22 +133,15 @@ TEST_F(SplitterTest, ExactReport)
     for (const Case& c : *cases_) {
         kovral_slap_report report;
         std::memset(&report, 0x5a, sizeof report);
-        std::vector<std::vector<uint8_t>> buffers(KOVRAL_MAX_FINGERS, std::vector<uint8_t>(c.outW * c.outH));
-        kovral_finger fingers[KOVRAL_MAX_FINGERS] = {};
+        split_cases::SplitterSplit out(c.outW, c.outH);
+        ASSERT_EQ(out.Split(s.get(), c.slap, &report), KOVRAL_OK) << c.what;
         KOVRAL_INFO_ records[KOVRAL_MAX_RECORDS] = {};
-        for (int i = 0; i < KOVRAL_MAX_FINGERS; i++)
-            fingers[i].image = buffers[i].data();
-        const kovral_split_options options{c.outW, c.outH, KOVRAL_LOCATOR_EXACT};
-        int32_t count = 0;
-        ASSERT_EQ(kovral_split(s.get(), c.slap.pixels.data(), c.slap.width, c.slap.height, &options, fingers, &count,
-                               &report),
-                  KOVRAL_OK);
-        for (int i = 0; i < count; i++) {
-            EXPECT_EQ(fingers[i].confidence, 100) << c.what;
-            EXPECT_EQ(fingers[i].flags, 0u) << c.what;
-            records[i].x = fingers[i].x, records[i].y = fingers[i].y, records[i].angle = fingers[i].angle;
+        for (int i = 0; i < out.count; i++) {
+            EXPECT_EQ(out.fingers[i].confidence, 100) << c.what;
+            EXPECT_EQ(out.fingers[i].flags, 0u) << c.what;
+            records[i].x = out.fingers[i].x, records[i].y = out.fingers[i].y, records[i].angle = out.fingers[i].angle;
         }
-        const int judged = count == 4 ? KOVRAL_JudegeFingers(4, records) : KOVRAL_EINVAL;
+        const int judged = out.count == 4 ? KOVRAL_JudegeFingers(4, records) : KOVRAL_EINVAL;
         const int hand = judged == KOVRAL_JUDGE_LEFT    ? KOVRAL_HAND_RIGHT
                          : judged == KOVRAL_JUDGE_RIGHT ? KOVRAL_HAND_LEFT
                                                         : KOVRAL_HAND_UNKNOWN;
@@ -156,8 +149,8 @@ TEST_F(SplitterTest, ExactReport)
         EXPECT_EQ(report.hand_confidence, hand == KOVRAL_HAND_UNKNOWN ? 0 : 100) << c.what;
         EXPECT_EQ(report.deficiencies, 0u) << c.what;
         EXPECT_EQ(report.rejected_count, 0) << c.what;
-        if (count == 4) {
-            EXPECT_EQ(kovral_judge_hand(fingers, 4), judged) << c.what;
+        if (out.count == 4) {
+            EXPECT_EQ(kovral_judge_hand(out.fingers, 4), judged) << c.what;
         }
     }
 }

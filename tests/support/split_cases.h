@@ -109,18 +109,44 @@ inline Result SplitLegacy(const Case& c, void* reserved = nullptr)
     return r;
 }
 
+// Four finger buffers of outW x outH prefilled with UNTOUCHED, wired to four
+// fingers, and what kovral_split with the exact locator last made of a slap in
+// them. Movable, not copyable: the fingers point into the buffers.
+struct SplitterSplit
+{
+    std::vector<std::vector<uint8_t>> images;
+    kovral_finger fingers[KOVRAL_MAX_FINGERS] = {};
+    kovral_split_options options;
+    int32_t count = -1;
+    int rc = 0;
+
+    SplitterSplit(int outW, int outH)
+        : images(KOVRAL_MAX_FINGERS, std::vector<uint8_t>(size_t(outW) * outH, UNTOUCHED)),
+          options{outW, outH, KOVRAL_LOCATOR_EXACT}
+    {
+        for (int i = 0; i < KOVRAL_MAX_FINGERS; i++)
+            fingers[i].image = images[i].data();
+    }
+    SplitterSplit(SplitterSplit&&) = default;
+    SplitterSplit(const SplitterSplit&) = delete;
+
+    int Split(kovral_splitter* s, const slapgen::Slap& slap, kovral_slap_report* report = nullptr)
+    {
+        return rc = kovral_split(s, slap.pixels.data(), slap.width, slap.height, &options, fingers, &count, report);
+    }
+};
+
 inline Result SplitOn(kovral_splitter* s, const Case& c, kovral_slap_report* report = nullptr)
 {
-    std::vector<std::vector<uint8_t>> buffers(KOVRAL_MAX_FINGERS, std::vector<uint8_t>(c.outW * c.outH, UNTOUCHED));
-    kovral_finger fingers[KOVRAL_MAX_FINGERS] = {};
-    for (int i = 0; i < KOVRAL_MAX_FINGERS; i++)
-        fingers[i].image = buffers[i].data();
-    const kovral_split_options options{c.outW, c.outH, KOVRAL_LOCATOR_EXACT};
+    SplitterSplit split(c.outW, c.outH);
     Result r;
-    r.rc = kovral_split(s, c.slap.pixels.data(), c.slap.width, c.slap.height, &options, fingers, &r.count, report);
-    for (int i = 0; i < r.count; i++)
-        r.records.insert(r.records.end(), {fingers[i].x, fingers[i].y, fingers[i].angle, fingers[i].quality});
-    r.images = buffers;
+    r.rc = split.Split(s, c.slap, report);
+    r.count = split.count;
+    for (int i = 0; i < r.count; i++) {
+        const kovral_finger& f = split.fingers[i];
+        r.records.insert(r.records.end(), {f.x, f.y, f.angle, f.quality});
+    }
+    r.images = std::move(split.images);
     return r;
 }
 
