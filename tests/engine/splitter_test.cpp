@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <memory>
 #include <vector>
 
 #include "split_cases.h"
@@ -15,12 +14,7 @@ namespace {
 
 using split_cases::Case;
 using split_cases::Result;
-
-struct SplitterDeleter
-{
-    void operator()(kovral_splitter* s) const { kovral_splitter_free(s); }
-};
-using Splitter = std::unique_ptr<kovral_splitter, SplitterDeleter>;
+using split_cases::Splitter;
 
 class SplitterTest : public testing::Test
 {

@@ -1,17 +1,25 @@
-// Generated slaps of every size class, and one split of each through
-// KOVRAL_DoSplit and through a splitter, for the tests that compare them.
+// Generated slaps of every size class, and splits through KOVRAL_DoSplit and
+// through a splitter into buffers made ready for them: for the tests that
+// split whole slaps and compare the results.
 #ifndef KOVRAL_TESTS_SUPPORT_SPLIT_CASES_H
 #define KOVRAL_TESTS_SUPPORT_SPLIT_CASES_H
 
 #include <kovral.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "slapgen.h"
 
 namespace split_cases {
+
+struct SplitterDeleter
+{
+    void operator()(kovral_splitter* s) const { kovral_splitter_free(s); }
+};
+using Splitter = std::unique_ptr<kovral_splitter, SplitterDeleter>;
 
 struct Case
 {
