@@ -7,6 +7,7 @@
 #include "run_lock.h"
 #include "slap_job.h"
 #include "slap_outputs.h"
+#include "slap_sources.h"
 #include "worker_pool.h"
 
 #include <sys/stat.h>
@@ -29,7 +30,9 @@ constexpr int kSignalExitBase = 128;
 
 std::string Label(const InputFile& input)
 {
-    return input.path.empty() ? "bundled sample" : input.path;
+    if (input.path.empty())
+        return "bundled sample";
+    return input.recordName.empty() ? input.path : input.path + " " + input.recordName;
 }
 
 // Tells a first-time user where the sample's results went.
@@ -82,7 +85,10 @@ int main(int argc, char** argv)
         options.overlay = true;
     }
     else
+    {
         inputs = CollectInputs(options.inputs, rules);
+        ExpandTransactionFiles(inputs, options.records);
+    }
     const std::set<FileIdentity> inputFiles = InputIdentities(inputs);
     if (!options.report.empty())
     {

@@ -134,7 +134,7 @@ constexpr int kNotJudged = -1;
 // Finger positions for `found` fingers of a slap, left to right: right four
 // 2, 3, 4, 5; left four 10, 9, 8, 7; thumbs 6, 1. The slap comes from the
 // record's position (13, 14, 15), else from the judged hand of a four-finger
-// result. Positions listed as missing are skipped first; when the count
+// result; one finger found in a single finger's record gets its position. Positions listed as missing are skipped first; when the count
 // still differs from what was found, every code is 0 and reason says why.
 FingerPositions AssignFingerPositions(int slapPosition, int found, int judgedHand,
                                       const std::vector<An2kMissingFinger>& missing = {});
