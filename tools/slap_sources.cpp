@@ -98,9 +98,11 @@ nlohmann::ordered_json Point(const kovral_io::SourcePoint& p)
     return nlohmann::ordered_json::array({Coordinate(p.x), Coordinate(p.y)});
 }
 
-double Rounded(double v, double unit)
+// v to so many decimals (dividing by the power of ten keeps the shortest text).
+double Rounded(double v, int decimals)
 {
-    return std::round(v / unit) * unit;
+    const double scale = std::pow(10.0, decimals);
+    return std::round(v * scale) / scale;
 }
 
 const char* HandFrom(kovral_io::FingerPositions::Hand hand)
@@ -278,13 +280,13 @@ void PutSlapPlacement(nlohmann::ordered_json& json, const SlapPlacement& placeme
     json["source"] = source;
 
     nlohmann::ordered_json ppi;
-    ppi["stated"] = s.statedPpi > 0 ? nlohmann::ordered_json(Rounded(s.statedPpi, 0.01)) : nullptr;
+    ppi["stated"] = s.statedPpi > 0 ? nlohmann::ordered_json(Rounded(s.statedPpi, 2)) : nullptr;
     if (s.statedPpi > 0)
         ppi["stated_in"] = s.ppiSource;
-    ppi["measured"] = p.measured.ok ? nlohmann::ordered_json(Rounded(p.measured.ppi, 1)) : nullptr;
-    ppi["used"] = Rounded(p.ppi, 0.01);
+    ppi["measured"] = p.measured.ok ? nlohmann::ordered_json(Rounded(p.measured.ppi, 0)) : nullptr;
+    ppi["used"] = Rounded(p.ppi, 2);
     ppi["used_from"] = p.ppiFrom;
-    ppi["scale"] = Rounded(p.scaleX, 0.0001);
+    ppi["scale"] = Rounded(p.scaleX, 4);
     ppi["split_width"] = p.width;
     ppi["split_height"] = p.height;
     if (p.fitted)
