@@ -146,6 +146,8 @@ void ExpandTransactionFiles(std::vector<InputFile>& inputs, kovral_io::RecordSel
                               ? "holds no slap record (finger position 13, 14 or 15; --records all splits every "
                                 "image record)"
                               : "holds no fingerprint image record";
+            if (listing.ok && !listing.warnings.empty())
+                input.error += ": " + listing.warnings.front();
             expanded.push_back(std::move(input));
             continue;
         }

@@ -291,6 +291,9 @@ SplitPreparation PrepareForSplit(const uint8_t* pixels, int width, int height, d
         std::fabs(p.measured.ppi - statedPpi) > kPpiDisagreement * statedPpi)
         p.warnings.push_back("the file states " + PpiText(statedPpi) + " but the ridges measure " +
                              PpiText(p.measured.ppi));
+    if (p.measured.ok && p.ppiFrom == "given" &&
+        std::fabs(p.measured.ppi - givenPpi) > kPpiDisagreement * givenPpi)
+        p.warnings.push_back(PpiText(givenPpi) + " is given but the ridges measure " + PpiText(p.measured.ppi));
 
     // The size at 500 ppi, then what the limits make of it.
     double factor = IsSplitResolution(p.ppi) ? 1.0 : kSplitPpi / p.ppi;

@@ -133,8 +133,8 @@ bool FingerBoxInSource(const SplitPreparation& prepared, int fingerWidth, int fi
 
 // Measures the resolution, decides the one to use, resamples to 500 ppi when
 // it is off by more than kPpiTolerance, then cuts or scales to the limits.
-// Warns when the measured and the stated resolution disagree by more than
-// kPpiDisagreement.
+// Warns when the measured resolution and the stated or the given one
+// disagree by more than kPpiDisagreement.
 SplitPreparation PrepareForSplit(const uint8_t* pixels, int width, int height, double statedPpi, PpiMode mode,
                                  double givenPpi, FitMode fit, const SplitLimits& limits = {});
 
