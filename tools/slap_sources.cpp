@@ -176,6 +176,11 @@ bool ReadSlap(const InputFile& input, const Options& options, SlapSource& source
     std::vector<uint8_t> bytes;
     if (!kovral_io::ReadFileBytes(input.path, kMaxFingerprintFileBytes, bytes, error))
         return false;
+    if (kovral_io::LooksLikeAn2k(bytes.data(), bytes.size()) && input.record == 0)
+    {
+        error = "an ANSI/NIST-ITL transaction: its records are split one by one (ExpandTransactionFiles)";
+        return false;
+    }
     if (kovral_io::IsFingerprintFile(bytes.data(), bytes.size()))
         return ReadFingerprintSlap(bytes, input, source, image, error);
 
@@ -186,7 +191,7 @@ bool ReadSlap(const InputFile& input, const Options& options, SlapSource& source
     if (!result.ok)
     {
         error = result.reason;
-        if (result.format.empty() && !options.rawSize)
+        if (result.format.empty() && !options.rawSize && error.starts_with("not a ") && error.ends_with(" image"))
             error += " (raw files need --size WxH)";
         return false;
     }
