@@ -183,6 +183,10 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
                    "Images well over 1600 x 1500 at 500 ppi: refuse or scale them down (default refuse; "
                    "a little over is cut to the limit)")
         ->type_name("HOW")->check(CLI::IsMember({"refuse", "scale"}).description(""));
+    app.add_option("--an2k-out", options.an2kOut,
+                   "Also write every finger image of the run into one ANSI/NIST-ITL transaction: a Type-14 "
+                   "record per finger with its NIST finger position, 500 ppi, uncompressed")
+        ->type_name("FILE");
     app.add_flag("-q,--quiet", options.quiet, "Print only errors and the summary line");
     app.add_option("--report", options.report,
                    "Also write a review page of the batch: one HTML file with every slap's overlay, fingers, "

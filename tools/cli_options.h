@@ -40,6 +40,7 @@ struct Options
     double ppi = 0;                       // resolution given with --ppi N; 0: the file's
     bool ppiAuto = false;                 // --ppi auto: the measured resolution
     bool fitScale = false;                // scale images well over the split's limits down to fit
+    std::string an2kOut;                  // the run's fingers as an ANSI/NIST-ITL transaction; empty: none
 };
 
 // Default finger buffer: 0.64 x 0.96 inch at 500 ppi, a fingertip with margin.

@@ -75,6 +75,7 @@ bool ReadFingerprintSlap(const std::vector<uint8_t>& bytes, const InputFile& inp
     source.recordType = slap.recordType;
     source.idc = slap.idc;
     source.position = slap.position;
+    source.impression = slap.impression;
     source.missing = slap.missing;
     source.notes = slap.notes;
     source.notes.insert(source.notes.end(), file.warnings.begin(), file.warnings.end());
@@ -282,6 +283,8 @@ void PutSlapPlacement(nlohmann::ordered_json& json, const SlapPlacement& placeme
     }
     if (s.fingerprintFile)
         source["finger_position"] = s.position;
+    if (s.impression >= 0)
+        source["impression"] = s.impression;
     if (!s.notes.empty())
         source["notes"] = s.notes;
     json["source"] = source;

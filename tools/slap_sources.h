@@ -29,6 +29,7 @@ struct SlapSource
     int recordType = 0;
     int idc = -1;
     int position = kovral_io::kFgpUnknown;   // the record's finger position
+    int impression = -1;            // the record's impression type, -1 when none
     std::vector<kovral_io::An2kMissingFinger> missing;
     std::vector<std::string> notes;  // e.g. the record's size disagreeing with its image's
     double statedPpi = 0;           // 0: the file states none

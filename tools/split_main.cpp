@@ -1,4 +1,5 @@
 // kovral-split: splits slap images into finger images from the command line.
+#include "an2k_output.h"
 #include "cli_options.h"
 #include "input_files.h"
 #include "output_commit.h"
@@ -100,6 +101,15 @@ int main(int argc, char** argv)
         }
         options.overlay = true;
     }
+    if (!options.an2kOut.empty() && !options.force)
+    {
+        std::error_code ec;
+        if (std::filesystem::exists(std::filesystem::symlink_status(options.an2kOut, ec)))
+        {
+            std::fprintf(stderr, "kovral-split: %s exists (--force replaces it)\n", options.an2kOut.c_str());
+            return kFailed;
+        }
+    }
     std::vector<TaskOutcome> outcomes(inputs.size());
 
     Progress progress(inputs.size(), options.quiet || sample);
@@ -151,6 +161,12 @@ int main(int argc, char** argv)
         reviewWritten = WriteReviewPage(options, slaps, error);
         if (!reviewWritten)
             std::fprintf(stderr, "kovral-split: %s\n", error.c_str());
+    }
+
+    if (!options.an2kOut.empty() && !WriteFingerTransaction(options, inputs, outcomes, inputFiles, error))
+    {
+        std::fprintf(stderr, "kovral-split: %s\n", error.c_str());
+        reviewWritten = false;
     }
 
     if (sample && progress.Failures() == 0 && !options.quiet)

@@ -7,6 +7,7 @@
 
 #include <kovral.h>
 #include <nlohmann/json.hpp>
+#include <fingerprint/fingerprint_files.h>
 #include <resolution/resolution.h>
 #include <slapgen.h>
 
@@ -285,6 +286,43 @@ TEST_F(FingerprintInputs, WsqFileAndUnusableTransactions)
     ASSERT_EQ(s["count"], 1);
     EXPECT_EQ(s["fingers"][0]["fgp"], 2);
     EXPECT_TRUE(fs::exists(dir_ / "kovral-out/single_r2_finger1_fgp2.bmp"));
+}
+
+// --an2k-out: every finger of the run in one transaction, in input order,
+// read back as the finger images and positions the summaries give; an
+// existing file is replaced only with --force.
+TEST_F(FingerprintInputs, FingersAsTransaction)
+{
+    const std::string args = KOVRAL_NIST_DATA "/valid1.8.an2 --an2k-out fingers.an2";
+    ASSERT_EQ(Run(args), 0) << err_;
+    const std::string written = Read(dir_ / "fingers.an2");
+    const kovral_io::FingerprintFile back = kovral_io::ReadFingerprintFile(
+        reinterpret_cast<const uint8_t*>(written.data()), written.size(), kovral_io::RecordSelection::All);
+    ASSERT_TRUE(back.ok) << back.reason;
+    EXPECT_TRUE(back.warnings.empty());
+    size_t k = 0;
+    for (const char* name : {"valid1.8_r3", "valid1.8_r4", "valid1.8_r5"})
+    {
+        const json summary = Summary(name);
+        for (const json& f : summary["fingers"])
+        {
+            ASSERT_LT(k, back.images.size());
+            const kovral_io::FingerprintImage& image = back.images[k++];
+            kovral_tool::GrayImage finger;
+            std::string error;
+            ASSERT_TRUE(kovral_tool::DecodeImageFile((dir_ / "kovral-out" / f["file"].get<std::string>()).string(),
+                                                     std::nullopt, finger, error)) << error;
+            EXPECT_EQ(image.position, f["fgp"]);
+            EXPECT_EQ(image.ppi, 500);
+            EXPECT_EQ(image.width, finger.width);
+            EXPECT_TRUE(image.pixels == finger.pixels) << name << " finger " << f["position"];
+        }
+    }
+    EXPECT_EQ(k, back.images.size());
+
+    EXPECT_EQ(Run(args + " -f"), 0) << err_;
+    EXPECT_EQ(Run(args + " --skip-existing"), 1);
+    EXPECT_EQ(err_, "kovral-split: fingers.an2 exists (--force replaces it)\n");
 }
 
 } // namespace
