@@ -275,4 +275,9 @@ bool WriteFile(const std::string& path, std::span<const uint8_t> bytes, std::str
     return ok;
 }
 
+bool ReadFileBytes(const std::string& path, uint64_t limit, std::vector<uint8_t>& bytes, std::string& reason)
+{
+    return ReadRegularFile(path, limit, bytes, reason);
+}
+
 } // namespace kovral_io

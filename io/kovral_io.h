@@ -68,6 +68,10 @@ ReadResult ReadImage(std::span<const uint8_t> bytes, const ReadOptions& options 
 // FIFO, a device, a directory) is refused without blocking.
 ReadResult ReadImageFile(const std::string& path, const ReadOptions& options = {});
 
+// Reads a whole regular file (as ReadImageFile does: no FIFOs or devices, at
+// most limit bytes). On failure returns false and sets reason, without the path.
+bool ReadFileBytes(const std::string& path, uint64_t limit, std::vector<uint8_t>& bytes, std::string& reason);
+
 // The "a..b x c..d" text of a size range, as errors quote it.
 std::string SizeRangeText(PixelSize min, PixelSize max);
 

@@ -14,6 +14,9 @@ namespace {
 
 constexpr int kMaxJobs = 256;
 constexpr int kUsageError = 2;
+// Resolutions --ppi takes.
+constexpr double kMinPpi = 100;
+constexpr double kMaxPpi = 5000;
 
 const char* const kExamples = R"(Examples:
   kovral-split
@@ -30,10 +33,16 @@ const char* const kExamples = R"(Examples:
       also a page to look through the batch in a browser, failures first
   kovral-split -r scans/ -o fingers/ --skip-existing
       go on with a batch that was interrupted
+  kovral-split card.eft --ppi auto
+      every slap record of an ANSI/NIST-ITL transaction, at the resolution
+      its ridges measure
 
 Outputs per slap NAME: NAME_finger1.bmp .. NAME_finger4.bmp (left to right),
-NAME.json (sizes, result code, per finger centre, angle, quality and file,
-hand judgement of four fingers) and, with --overlay, NAME_overlay.png.
+NAME.json (sizes, result code, per finger centre, angle, quality, NIST finger
+position, box and file, resolution, hand judgement of four fingers) and, with
+--overlay, NAME_overlay.png. Each slap record N of a transaction file (.an2,
+.eft, .nist) is a slap NAME_rN; its finger images carry their NIST finger
+position: NAME_rN_finger1_fgp2.bmp.
 Each slap's outputs appear together, complete, or not at all. One run at a
 time writes into an output folder. Ctrl-C (or SIGTERM) starts no new slap,
 lets the running ones finish and ends with a summary; a second one discards
@@ -135,7 +144,9 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
                  "kovral-split");
     app.footer(kExamples);
     app.set_version_flag("--version", VersionText());
-    app.add_option("inputs", options.inputs, "Slap images (PNG, JPEG, BMP, PGM; raw with --size) or directories")
+    app.add_option("inputs", options.inputs,
+                   "Slap images (PNG, JPEG, BMP, PGM, WSQ; raw with --size), ANSI/NIST-ITL transaction files "
+                   "or directories")
         ->type_name("FILE|DIR");
     app.add_option("-o,--out", options.outDir, "Output directory, created if missing (default kovral-out)")
         ->type_name("DIR");
@@ -157,6 +168,25 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
     app.add_option("--finger-size", fingerSize,
                    "Finger image size (default 320x480, reduced to a smaller image's width or height)")
         ->type_name("WxH");
+    std::string records = "slaps";
+    app.add_option("--records", records,
+                   "Image records of transaction files to split: slaps (finger position 13, 14, 15) or all "
+                   "(default slaps)")
+        ->type_name("WHICH")->check(CLI::IsMember({"slaps", "all"}).description(""));
+    std::string ppi;
+    app.add_option("--ppi", ppi,
+                   "Resolution of the inputs, overriding what files state, or auto: the one their ridges "
+                   "measure. Slaps not at 500 ppi are resampled to it; coordinates stay in input pixels")
+        ->type_name("N|auto");
+    std::string fit = "refuse";
+    app.add_option("--fit", fit,
+                   "Images well over 1600 x 1500 at 500 ppi: refuse or scale them down (default refuse; "
+                   "a little over is cut to the limit)")
+        ->type_name("HOW")->check(CLI::IsMember({"refuse", "scale"}).description(""));
+    app.add_option("--an2k-out", options.an2kOut,
+                   "Also write every finger image of the run into one ANSI/NIST-ITL transaction: a Type-14 "
+                   "record per finger with its NIST finger position, 500 ppi, uncompressed")
+        ->type_name("FILE");
     app.add_flag("-q,--quiet", options.quiet, "Print only errors and the summary line");
     app.add_option("--report", options.report,
                    "Also write a review page of the batch: one HTML file with every slap's overlay, fingers, "
@@ -174,6 +204,23 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
     }
 
     options.format = format == "png" ? FingerFormat::Png : FingerFormat::Bmp;
+    options.records = records == "all" ? kovral_io::RecordSelection::All : kovral_io::RecordSelection::Slaps;
+    options.fitScale = fit == "scale";
+    if (ppi == "auto")
+        options.ppiAuto = true;
+    else if (!ppi.empty())
+    {
+        double value = 0;
+        const auto [end, ec] = std::from_chars(ppi.data(), ppi.data() + ppi.size(), value);
+        if (ec != std::errc() || end != ppi.data() + ppi.size() || !(value >= kMinPpi && value <= kMaxPpi))
+        {
+            std::fprintf(stderr, "kovral-split: --ppi %s: expected auto or a resolution of %.0f..%.0f\n",
+                         ppi.c_str(), kMinPpi, kMaxPpi);
+            exitCode = kUsageError;
+            return std::nullopt;
+        }
+        options.ppi = value;
+    }
     if (options.force && options.skipExisting)
     {
         std::fprintf(stderr, "kovral-split: --force and --skip-existing exclude each other\n");

@@ -2,6 +2,7 @@
 #ifndef KOVRAL_TOOLS_CLI_OPTIONS_H
 #define KOVRAL_TOOLS_CLI_OPTIONS_H
 
+#include <fingerprint/fingerprint_files.h>
 #include <kovral_io.h>
 
 #include <optional>
@@ -34,6 +35,12 @@ struct Options
     std::optional<PixelSize> fingerSize;  // given finger buffer size; default: 320 x 480 reduced to the image
     bool quiet = false;                   // only errors and the summary line
     std::string report;                   // review page of the batch (HTML), with overlays; empty: none
+    // Image records of transaction files split: the slaps, or every one.
+    kovral_io::RecordSelection records = kovral_io::RecordSelection::Slaps;
+    double ppi = 0;                       // resolution given with --ppi N; 0: the file's
+    bool ppiAuto = false;                 // --ppi auto: the measured resolution
+    bool fitScale = false;                // scale images well over the split's limits down to fit
+    std::string an2kOut;                  // the run's fingers as an ANSI/NIST-ITL transaction; empty: none
 };
 
 // Default finger buffer: 0.64 x 0.96 inch at 500 ppi, a fingertip with margin.

@@ -18,8 +18,9 @@ namespace kovral_tool {
 
 namespace {
 
-constexpr std::array<std::string_view, 11> kImageExtensions{
-    "png", "bmp", "dib", "pgm", "pnm", "ppm", "jpg", "jpeg", "jpe", "raw", "gray"};
+constexpr std::array<std::string_view, 16> kImageExtensions{
+    "png", "bmp", "dib", "pgm", "pnm", "ppm", "jpg", "jpeg", "jpe", "raw", "gray",
+    "wsq", "an2", "an2k", "eft", "nist"};
 
 // Output file names add at most "_overlay.png" to the name and a clash
 // suffix; names longer than this are shortened to kKeptNameBytes and a hash.

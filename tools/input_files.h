@@ -17,6 +17,8 @@ struct InputFile
     std::string path;    // as given or found; empty for the bundled sample
     std::string name;    // output name without extension, e.g. "right4" or "visit2/right4"; unique in a run
     std::string error;   // set when the input cannot be processed at all (e.g. an empty folder)
+    int record = 0;          // image record of a transaction file (its number in the file); 0: the whole file
+    std::string recordName = "";   // "record 3 (Type-14, IDC 1)"
 };
 
 struct WalkRules

@@ -53,10 +53,10 @@ SlapSplitter::~SlapSplitter()
     KOVRAL_Uninit();
 }
 
-bool SlapSplitter::Decode(const InputFile& input, GrayImage& image, std::string& error) const
+bool SlapSplitter::Decode(const InputFile& input, SlapSource& source, GrayImage& image, std::string& error) const
 {
     if (!input.path.empty())
-        return DecodeImageFile(input.path, options_.rawSize, image, error);
+        return ReadSlap(input, options_, source, image, error);
     std::span<const uint8_t> sample = BundledSample();
     if (sample.empty())
     {
@@ -90,9 +90,17 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
             return outcome;
         }
     }
+    // The slap as read, then readied at 500 ppi within the limits: the split sees the latter.
+    SlapSummary summary;
     GrayImage image;
-    if (!Decode(input, image, outcome.message))
+    if (!Decode(input, summary.placement.source, image, outcome.message))
         return outcome;
+    summary.width = image.width;
+    summary.height = image.height;
+    kovral_io::SplitPreparation& prepared = summary.placement.prepared;
+    if (!PrepareSlap(image, summary.placement.source, options_, prepared, outcome.message))
+        return outcome;
+    image = {prepared.width, prepared.height, std::move(prepared.pixels)};
 
     // Finger buffers: the given size must fit the image; the default shrinks to it.
     PixelSize finger = options_.fingerSize.value_or(kDefaultFingerSize);
@@ -112,10 +120,7 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
     for (int i = 0; i < KOVRAL_MAX_RECORDS; i++)
         info[i].pFpImg = buffers.data() + fingerBytes * i;
 
-    SlapSummary summary;
     summary.input = input.path.empty() ? kSampleInput : input.path;
-    summary.width = image.width;
-    summary.height = image.height;
     summary.fingerWidth = finger.width;
     summary.fingerHeight = finger.height;
     summary.result = KOVRAL_DoSplit(image.pixels.data(), image.width, image.height, nullptr, finger.width,
@@ -126,6 +131,8 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
         std::copy_n(info, std::min(summary.count, kMaxFingers), summary.fingers);
         if (summary.count == kMaxFingers)
             summary.judgement = KOVRAL_JudegeFingers(summary.count, info);
+        PlaceFingers(summary.placement, info, std::min(summary.count, kMaxFingers), finger.width, finger.height,
+                     summary.judgement);
     }
 
     // Every output to a temporary; the summary last, as it marks a complete set.
@@ -143,7 +150,7 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
     };
     for (int i = 0; split && i < summary.count; i++)
     {
-        std::string path = FingerPath(options_, input.name, i + 1);
+        std::string path = FingerPath(options_, input.name, i + 1, FileFingerPosition(summary.placement, i));
         GrayImage fingerImage{finger.width, finger.height,
                               std::vector<uint8_t>(info[i].pFpImg, info[i].pFpImg + fingerBytes)};
         if (!stage(path, options_.format == FingerFormat::Png ? kovral_io::EncodeGrayPng(fingerImage)

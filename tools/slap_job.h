@@ -7,6 +7,7 @@
 #include "image_decoding.h"
 #include "input_files.h"
 #include "output_commit.h"
+#include "slap_sources.h"
 #include "worker_pool.h"
 
 #include <set>
@@ -23,7 +24,8 @@ public:
     SlapSplitter(const SlapSplitter&) = delete;
     SlapSplitter& operator=(const SlapSplitter&) = delete;
 
-    // Splits input (the bundled sample when its path is empty) and writes its
+    // Splits input (the bundled sample when its path is empty; a record of a
+    // transaction file when input.record is set) and writes its
     // outputs together (see OutputSet). Fails without writing anything when
     // an output exists and neither --force nor --skip-existing is given (the
     // sample's own earlier results are replaced), when the image cannot be
@@ -33,7 +35,7 @@ public:
     TaskOutcome Split(const InputFile& input);
 
 private:
-    bool Decode(const InputFile& input, GrayImage& image, std::string& error) const;
+    bool Decode(const InputFile& input, SlapSource& source, GrayImage& image, std::string& error) const;
 
     const Options& options_;
     const std::set<FileIdentity>& inputs_;

@@ -20,10 +20,13 @@ std::string OutputBase(const Options& options, const std::string& name)
     return (fs::path(options.outDir) / name).string();
 }
 
-std::string FingerPath(const Options& options, const std::string& name, int position, FingerFormat format)
+// NIST finger position codes run from 0 (unknown) to 10.
+constexpr int kLargestFgp = 10;
+
+std::string FingerPath(const Options& options, const std::string& name, int position, int fgp, FingerFormat format)
 {
     return OutputBase(options, name) + "_finger" + std::to_string(position)
-           + (format == FingerFormat::Png ? ".png" : ".bmp");
+           + (fgp >= 0 ? "_fgp" + std::to_string(fgp) : "") + (format == FingerFormat::Png ? ".png" : ".bmp");
 }
 
 bool Exists(const std::string& path)
@@ -71,9 +74,9 @@ void PutName(nlohmann::ordered_json& json, const std::string& key, const std::st
 
 } // namespace
 
-std::string FingerPath(const Options& options, const std::string& name, int position)
+std::string FingerPath(const Options& options, const std::string& name, int position, int fgp)
 {
-    return FingerPath(options, name, position, options.format);
+    return FingerPath(options, name, position, fgp, options.format);
 }
 
 std::string SummaryPath(const Options& options, const std::string& name)
@@ -91,7 +94,8 @@ std::vector<std::string> PossibleOutputs(const Options& options, const std::stri
     std::vector<std::string> paths{SummaryPath(options, name), OverlayPath(options, name)};
     for (FingerFormat format : {FingerFormat::Bmp, FingerFormat::Png})
         for (int position = 1; position <= kMaxFingers; position++)
-            paths.push_back(FingerPath(options, name, position, format));
+            for (int fgp = -1; fgp <= kLargestFgp; fgp++)
+                paths.push_back(FingerPath(options, name, position, fgp, format));
     return paths;
 }
 
@@ -112,10 +116,19 @@ EarlierOutputs FindEarlierOutputs(const Options& options, const std::string& nam
                                                    std::istreambuf_iterator<char>(), nullptr, false);
     if (!summary.is_object() || !summary.contains("fingers") || !summary["fingers"].is_array())
         return EarlierOutputs::Incomplete;
+    // Each finger's file: the plain name, or the one the summary gives (it carries the finger position).
+    const fs::path dir = fs::path(SummaryPath(options, name)).parent_path();
     int position = 1;
     for (const nlohmann::json& finger : summary["fingers"])
-        if (!Exists(FingerPath(options, name, position++)) || !finger.is_object())
+    {
+        if (!finger.is_object())
             return EarlierOutputs::Incomplete;
+        const bool named = finger.contains("file") && finger["file"].is_string()
+                           && Exists((dir / finger["file"].get<std::string>()).string());
+        if (!named && !Exists(FingerPath(options, name, position)))
+            return EarlierOutputs::Incomplete;
+        position++;
+    }
     if (options.overlay && !Exists(OverlayPath(options, name)))
         return EarlierOutputs::Incomplete;
     return EarlierOutputs::Complete;
@@ -130,6 +143,7 @@ nlohmann::ordered_json SummaryJson(const SlapSummary& summary)
         nlohmann::ordered_json finger{
             {"position", i + 1}, {"x", f.x}, {"y", f.y}, {"angle", f.angle}, {"quality", f.quality}};
         PutName(finger, "file", summary.fingerFiles[i]);
+        PutFingerPlacement(finger, summary.placement, i);
         fingers.push_back(finger);
     }
     nlohmann::ordered_json json;
@@ -143,6 +157,7 @@ nlohmann::ordered_json SummaryJson(const SlapSummary& summary)
     json["fingers"] = fingers;
     if (summary.count == kMaxFingers && summary.result == KOVRAL_OK)
         json["hand"] = {{"judgement", summary.judgement}, {"meaning", JudgementMeaning(summary.judgement)}};
+    PutSlapPlacement(json, summary.placement);
     return json;
 }
 

@@ -4,6 +4,7 @@
 #define KOVRAL_TOOLS_SLAP_OUTPUTS_H
 
 #include "cli_options.h"
+#include "slap_sources.h"
 
 #include <kovral.h>
 #include <nlohmann/json.hpp>
@@ -30,15 +31,18 @@ struct SlapSummary
     KOVRAL_INFO_ fingers[kMaxFingers] = {};
     std::vector<std::string> fingerFiles;   // file names beside the summary, left to right
     int judgement = KOVRAL_EINVAL;  // KOVRAL_JudegeFingers on four fingers
+    SlapPlacement placement;        // the file's slap, its resolution, finger positions and boxes
 };
 
-// Output paths of slap name in outDir.
-std::string FingerPath(const Options& options, const std::string& name, int position);
+// Output paths of slap name in outDir. A finger image of a fingerprint file's
+// slap carries its NIST finger position fgp (>= 0): NAME_finger1_fgp2.bmp.
+std::string FingerPath(const Options& options, const std::string& name, int position, int fgp = -1);
 std::string SummaryPath(const Options& options, const std::string& name);
 std::string OverlayPath(const Options& options, const std::string& name);
 
 // Every file that a run with any options may write for slap name: summary,
-// overlay, and finger images of every position in either format.
+// overlay, and finger images of every position and finger position code in
+// either format.
 std::vector<std::string> PossibleOutputs(const Options& options, const std::string& name);
 
 enum class EarlierOutputs

@@ -1,4 +1,5 @@
 // kovral-split: splits slap images into finger images from the command line.
+#include "an2k_output.h"
 #include "cli_options.h"
 #include "input_files.h"
 #include "output_commit.h"
@@ -7,6 +8,7 @@
 #include "run_lock.h"
 #include "slap_job.h"
 #include "slap_outputs.h"
+#include "slap_sources.h"
 #include "worker_pool.h"
 
 #include <sys/stat.h>
@@ -29,7 +31,9 @@ constexpr int kSignalExitBase = 128;
 
 std::string Label(const InputFile& input)
 {
-    return input.path.empty() ? "bundled sample" : input.path;
+    if (input.path.empty())
+        return "bundled sample";
+    return input.recordName.empty() ? input.path : input.path + " " + input.recordName;
 }
 
 // Tells a first-time user where the sample's results went.
@@ -82,7 +86,10 @@ int main(int argc, char** argv)
         options.overlay = true;
     }
     else
+    {
         inputs = CollectInputs(options.inputs, rules);
+        ExpandTransactionFiles(inputs, options.records);
+    }
     const std::set<FileIdentity> inputFiles = InputIdentities(inputs);
     if (!options.report.empty())
     {
@@ -93,6 +100,15 @@ int main(int argc, char** argv)
             return kFailed;
         }
         options.overlay = true;
+    }
+    if (!options.an2kOut.empty() && !options.force)
+    {
+        std::error_code ec;
+        if (std::filesystem::exists(std::filesystem::symlink_status(options.an2kOut, ec)))
+        {
+            std::fprintf(stderr, "kovral-split: %s exists (--force replaces it)\n", options.an2kOut.c_str());
+            return kFailed;
+        }
     }
     std::vector<TaskOutcome> outcomes(inputs.size());
 
@@ -145,6 +161,12 @@ int main(int argc, char** argv)
         reviewWritten = WriteReviewPage(options, slaps, error);
         if (!reviewWritten)
             std::fprintf(stderr, "kovral-split: %s\n", error.c_str());
+    }
+
+    if (!options.an2kOut.empty() && !WriteFingerTransaction(options, inputs, outcomes, inputFiles, error))
+    {
+        std::fprintf(stderr, "kovral-split: %s\n", error.c_str());
+        reviewWritten = false;
     }
 
     if (sample && progress.Failures() == 0 && !options.quiet)

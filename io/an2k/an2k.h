@@ -110,6 +110,27 @@ bool DecodesItself(An2kCompression compression);
 bool DecodeAn2kImage(const uint8_t* data, size_t size, const An2kImageRecord& record, An2kImage& image,
                      std::string& error, const WsqLimits& limits = {});
 
+// A finger image to write into a transaction: 8-bit gray at 500 ppi.
+struct An2kFingerImage
+{
+    int width = 0, height = 0;
+    std::vector<uint8_t> pixels;   // rows top to bottom, 0 black
+    int position = kFgpUnknown;    // 1..10, 0 unknown
+    int impression = 0;            // IMP: 0 live-scan plain, 2 non-live plain
+    std::string comment;           // 14.020 COM, e.g. where the finger was cut from
+};
+
+// IDCs are two digits.
+constexpr int kMaxWrittenRecords = 99;
+
+// A new transaction of the 2011 edition: a Type-1 record (TOT "SEG", date
+// YYYYMMDD, agency as DAI, ORI and in TCN) and one Type-14 record per finger
+// image, uncompressed, in the given order, IDC 1, 2, ...; ReadAn2k reads it
+// back as it was given. False with error when there are more than
+// kMaxWrittenRecords fingers or an image is malformed.
+bool WriteAn2kFingers(const std::vector<An2kFingerImage>& fingers, const std::string& date, const std::string& agency,
+                      std::vector<uint8_t>& file, std::string& error);
+
 // NIST finger positions of the fingers a split found in a slap.
 struct FingerPositions
 {
@@ -134,7 +155,7 @@ constexpr int kNotJudged = -1;
 // Finger positions for `found` fingers of a slap, left to right: right four
 // 2, 3, 4, 5; left four 10, 9, 8, 7; thumbs 6, 1. The slap comes from the
 // record's position (13, 14, 15), else from the judged hand of a four-finger
-// result. Positions listed as missing are skipped first; when the count
+// result; one finger found in a single finger's record gets its position. Positions listed as missing are skipped first; when the count
 // still differs from what was found, every code is 0 and reason says why.
 FingerPositions AssignFingerPositions(int slapPosition, int found, int judgedHand,
                                       const std::vector<An2kMissingFinger>& missing = {});

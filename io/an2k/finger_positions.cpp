@@ -13,6 +13,9 @@ const std::vector<int> kLeftFour = {10, 9, 8, 7};
 const std::vector<int> kThumbs = {6, 1};   // left thumb on the image's left
 
 constexpr int kFourFingers = 4;
+// Finger positions of single fingers.
+constexpr int kFirstFinger = 1;
+constexpr int kLastFinger = 10;
 
 } // namespace
 
@@ -29,6 +32,13 @@ FingerPositions AssignFingerPositions(int slapPosition, int found, int judgedHan
                                : slapPosition == kFgpLeftFour ? kJudgedLeft
                                                               : kNotJudged;
         out.handMismatch = recordHand != kNotJudged && judgedHand != kNotJudged && judgedHand != recordHand;
+    }
+    else if (slapPosition >= kFirstFinger && slapPosition <= kLastFinger && found == 1)
+    {
+        // A single finger's record (--records all) and the one finger found in it.
+        out.handFrom = FingerPositions::Hand::Record;
+        out.codes = {slapPosition};
+        return out;
     }
     else if (found == kFourFingers && (judgedHand == kJudgedRight || judgedHand == kJudgedLeft))
     {

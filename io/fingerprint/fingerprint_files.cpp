@@ -41,6 +41,37 @@ FingerprintFile ReadWsqFile(const uint8_t* data, size_t size, const WsqLimits& l
     return file;
 }
 
+// The records a selection picks, in file order; a slap held both as Type-4
+// and as Type-14 is taken from the Type-14 record, with a warning.
+std::vector<const An2kImageRecord*> SelectRecords(const An2kFile& an2k, RecordSelection selection,
+                                                  std::vector<std::string>& warnings)
+{
+    std::vector<const An2kImageRecord*> wanted;
+    for (const An2kImageRecord& r : an2k.images)
+    {
+        if (selection == RecordSelection::All)
+        {
+            wanted.push_back(&r);
+            continue;
+        }
+        if (!IsSlap(r.Position()))
+            continue;
+        const auto twin = std::find_if(an2k.images.begin(), an2k.images.end(), [&r](const An2kImageRecord& o) {
+            return &o != &r && o.Position() == r.Position() && o.type == 14 && r.type != 14;
+        });
+        if (twin != an2k.images.end())
+            warnings.push_back(r.Name() + " holds the same slap as " + twin->Name() + ", which is read instead");
+        else
+            wanted.push_back(&r);
+    }
+    return wanted;
+}
+
+bool OtherCompression(An2kCompression compression)
+{
+    return compression == An2kCompression::Png || compression == An2kCompression::Jpeg;
+}
+
 } // namespace
 
 std::string FingerprintImage::Name() const
@@ -59,7 +90,7 @@ bool IsFingerprintFile(const uint8_t* data, size_t size)
 }
 
 FingerprintFile ReadFingerprintFile(const uint8_t* data, size_t size, RecordSelection selection,
-                                    const OtherImageDecoder& decodeOther, const WsqLimits& limits)
+                                    const OtherImageDecoder& decodeOther, const WsqLimits& limits, int record)
 {
     if (LooksLikeWsq(data, size))
         return ReadWsqFile(data, size, limits);
@@ -70,34 +101,17 @@ FingerprintFile ReadFingerprintFile(const uint8_t* data, size_t size, RecordSele
         return file;
     file.warnings = an2k.warnings;
 
-    std::vector<const An2kImageRecord*> wanted;
-    for (const An2kImageRecord& r : an2k.images)
-    {
-        if (selection == RecordSelection::All)
-        {
-            wanted.push_back(&r);
-            continue;
-        }
-        if (!IsSlap(r.Position()))
-            continue;
-        // A slap held both as Type-4 and as Type-14: the Type-14 record.
-        const auto twin = std::find_if(an2k.images.begin(), an2k.images.end(), [&r](const An2kImageRecord& o) {
-            return &o != &r && o.Position() == r.Position() && o.type == 14 && r.type != 14;
-        });
-        if (twin != an2k.images.end())
-            file.warnings.push_back(r.Name() + " holds the same slap as " + twin->Name() + ", which is read instead");
-        else
-            wanted.push_back(&r);
-    }
-
+    const std::vector<const An2kImageRecord*> wanted = SelectRecords(an2k, selection, file.warnings);
     for (const An2kImageRecord* r : wanted)
     {
+        if (record > 0 && r->index != record)
+            continue;
         An2kImage pixels;
         std::string error;
         bool decoded = false;
         if (DecodesItself(r->compression))
             decoded = DecodeAn2kImage(data, size, *r, pixels, error, limits);
-        else if ((r->compression == An2kCompression::Png || r->compression == An2kCompression::Jpeg) && decodeOther)
+        else if (OtherCompression(r->compression) && decodeOther)
         {
             decoded = decodeOther(data + r->dataOffset, r->dataSize, pixels, error);
             if (!decoded)
@@ -133,6 +147,33 @@ FingerprintFile ReadFingerprintFile(const uint8_t* data, size_t size, RecordSele
     }
     file.ok = true;
     return file;
+}
+
+FingerprintListing ListFingerprintRecords(const uint8_t* data, size_t size, RecordSelection selection,
+                                          bool otherDecodable)
+{
+    FingerprintListing listing;
+    if (LooksLikeWsq(data, size))
+    {
+        listing.kind = "WSQ";
+        listing.records.push_back({});
+        listing.ok = true;
+        return listing;
+    }
+    listing.kind = "ANSI/NIST-ITL";
+    An2kFile an2k;
+    if (!ReadAn2k(data, size, an2k, listing.reason))
+        return listing;
+    listing.warnings = an2k.warnings;
+    for (const An2kImageRecord* r : SelectRecords(an2k, selection, listing.warnings))
+    {
+        FingerprintRecord entry{r->index, r->type, r->Position(), r->Name(), ""};
+        if (!DecodesItself(r->compression) && !(OtherCompression(r->compression) && otherDecodable))
+            entry.refusal = r->Name() + ": compression " + CompressionName(r->compression) + " is not read";
+        listing.records.push_back(std::move(entry));
+    }
+    listing.ok = true;
+    return listing;
 }
 
 } // namespace kovral_io

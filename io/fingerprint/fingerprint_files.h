@@ -66,8 +66,36 @@ using OtherImageDecoder =
 // True when the bytes are a file ReadFingerprintFile reads (by content).
 bool IsFingerprintFile(const uint8_t* data, size_t size);
 
+// record: only the image record of this number (FingerprintImage::record) is
+// decoded, whatever selection says; 0 decodes every selected record.
 FingerprintFile ReadFingerprintFile(const uint8_t* data, size_t size, RecordSelection selection,
-                                    const OtherImageDecoder& decodeOther = {}, const WsqLimits& limits = {});
+                                    const OtherImageDecoder& decodeOther = {}, const WsqLimits& limits = {},
+                                    int record = 0);
+
+// An image record a file holds, found without decoding it.
+struct FingerprintRecord
+{
+    int record = 0;                // as FingerprintImage::record; 0 for a WSQ file
+    int recordType = 0;
+    int position = kFgpUnknown;
+    std::string name;              // "record 3 (Type-14, IDC 1)", "" for a WSQ file
+    std::string refusal;           // set when the record will not be decoded, with why
+};
+
+struct FingerprintListing
+{
+    bool ok = false;
+    std::string reason;
+    std::string kind;
+    std::vector<FingerprintRecord> records;   // in file order, as the selection picks them
+    std::vector<std::string> warnings;
+};
+
+// The records ReadFingerprintFile would decode, without decoding them: for
+// splitting each on its own. otherDecodable: PNG and JPEG records are
+// decodable (a decoder will be passed); otherwise they are refused.
+FingerprintListing ListFingerprintRecords(const uint8_t* data, size_t size, RecordSelection selection,
+                                          bool otherDecodable);
 
 } // namespace kovral_io
 

@@ -120,28 +120,33 @@ MeasuredResolution MeasureResolution(const uint8_t* pixels, int width, int heigh
     for (int i = 0; i < kBlock; i++)
         window[i] = float(0.5 - 0.5 * std::cos(2 * kPi * (i + 0.5) / kBlock));
 
-    // Each textured block votes with the frequency of its strongest spectral
-    // peak: ridges give one narrow peak, writing and creases spread their
-    // power, so blocks whose peak holds a small share of the power say little.
-    struct Vote
-    {
-        double period, share;
-    };
-    std::vector<Vote> votes;
+    // Each textured block votes with the period of its strongest spectral
+    // peak; the median vote is the print's.
+    std::vector<double> votes;
     std::vector<float> re(size_t(kBlock) * kBlock), im(re.size());
     const double rMin = kBlock / kLongestPeriod, rMax = kBlock / kShortestPeriod;
     for (int by = 0; by + kBlock <= height; by += kBlockStep)
         for (int bx = 0; bx + kBlock <= width; bx += kBlockStep)
         {
-            double sum = 0, sum2 = 0;
-            for (int y = 0; y < kBlock; y++)
-                for (int x = 0; x < kBlock; x++)
-                {
-                    const double v = pixels[size_t(by + y) * width + bx + x];
-                    sum += v, sum2 += v * v;
-                }
-            const double n = double(kBlock) * kBlock, mean = sum / n;
-            if (sum2 / n - mean * mean < kTexturedDeviation * kTexturedDeviation)
+            // Textured in every quarter: a block across the edge of a finger
+            // has the edge's low frequencies, which drag its peak outwards.
+            double mean = 0;
+            bool textured = true;
+            for (int q = 0; q < 4 && textured; q++)
+            {
+                const int half = kBlock / 2, qx = bx + (q & 1) * half, qy = by + (q >> 1) * half;
+                double sum = 0, sum2 = 0;
+                for (int y = 0; y < half; y++)
+                    for (int x = 0; x < half; x++)
+                    {
+                        const double v = pixels[size_t(qy + y) * width + qx + x];
+                        sum += v, sum2 += v * v;
+                    }
+                const double n = double(half) * half, m = sum / n;
+                textured = sum2 / n - m * m >= kTexturedDeviation * kTexturedDeviation;
+                mean += m / 4;
+            }
+            if (!textured)
                 continue;
             for (int y = 0; y < kBlock; y++)
                 for (int x = 0; x < kBlock; x++)
@@ -177,30 +182,27 @@ MeasuredResolution MeasureResolution(const uint8_t* pixels, int width, int heigh
             // The peak's position between samples: the centre of it and its
             // neighbours, weighted by power times radius squared (without the
             // radius, the steeper power at low frequencies pulls it inwards).
-            double wsum = 0, share = 0, su = 0, sv = 0;
+            double wsum = 0, su = 0, sv = 0;
             for (int dv = -1; dv <= 1; dv++)
                 for (int du = -1; du <= 1; du++)
                 {
                     const int u = bu + du, v = bv + dv;
                     const double p = powerAt(u, v), w = p * (u * u + v * v);
-                    share += p, wsum += w, su += w * u, sv += w * v;
+                    wsum += w, su += w * u, sv += w * v;
                 }
             if (wsum <= 0)
                 continue;
             const double r = std::sqrt(su * su + sv * sv) / wsum;
             if (r < rMin || r > rMax)
                 continue;
-            votes.push_back({kBlock / r, share / total});
+            votes.push_back(kBlock / r);
             result.blocks++;
         }
     if (result.blocks < kMinBlocks)
         return result;
 
-    // The better half of the blocks by peak share; their median period.
-    std::sort(votes.begin(), votes.end(), [](const Vote& a, const Vote& b) { return a.share > b.share; });
-    votes.resize((votes.size() + 1) / 2);
-    std::sort(votes.begin(), votes.end(), [](const Vote& a, const Vote& b) { return a.period < b.period; });
-    result.ridgePeriod = votes[votes.size() / 2].period;
+    std::nth_element(votes.begin(), votes.begin() + std::ptrdiff_t(votes.size() / 2), votes.end());
+    result.ridgePeriod = votes[votes.size() / 2];
     result.ppi = result.ridgePeriod / kRidgePeriodMm * 25.4;
     result.ok = true;
     return result;
@@ -270,8 +272,14 @@ SplitPreparation PrepareForSplit(const uint8_t* pixels, int width, int height, d
     p.measured = MeasureResolution(pixels, width, height);
     if (mode == PpiMode::Given && givenPpi > 0)
         p.ppi = givenPpi, p.ppiFrom = "given";
-    else if (mode == PpiMode::Auto && p.measured.ok)
+    else if (mode == PpiMode::Auto && p.measured.ok &&
+             !(statedPpi > 0 && std::fabs(p.measured.ppi - statedPpi) <= kPpiDisagreement * statedPpi))
+    {
         p.ppi = p.measured.ppi, p.ppiFrom = "measured";
+        for (const double usual : kUsualPpi)
+            if (std::fabs(p.measured.ppi - usual) <= kMeasureAccuracy * usual)
+                p.ppi = usual;
+    }
     else if (statedPpi > 0)
         p.ppi = statedPpi, p.ppiFrom = "stated";
     else
@@ -283,6 +291,9 @@ SplitPreparation PrepareForSplit(const uint8_t* pixels, int width, int height, d
         std::fabs(p.measured.ppi - statedPpi) > kPpiDisagreement * statedPpi)
         p.warnings.push_back("the file states " + PpiText(statedPpi) + " but the ridges measure " +
                              PpiText(p.measured.ppi));
+    if (p.measured.ok && p.ppiFrom == "given" &&
+        std::fabs(p.measured.ppi - givenPpi) > kPpiDisagreement * givenPpi)
+        p.warnings.push_back(PpiText(givenPpi) + " is given but the ridges measure " + PpiText(p.measured.ppi));
 
     // The size at 500 ppi, then what the limits make of it.
     double factor = IsSplitResolution(p.ppi) ? 1.0 : kSplitPpi / p.ppi;

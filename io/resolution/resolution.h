@@ -1,8 +1,8 @@
 // Resolution of fingerprint images: measuring it from the ridges, and
 // resampling an image to the 500 ppi the splitter works at.
 //
-// The ridge period of a fingerprint is close to 0.46 mm whoever it belongs to
-// (about 9 pixels at 500 ppi), so the strongest spatial frequency of the
+// The ridge period of a fingerprint is close to 0.5 mm whoever it belongs to
+// (about 10 pixels at 500 ppi), so the strongest spatial frequency of the
 // print gives the resolution within roughly ten per cent: good enough to
 // catch a 250 or 1000 ppi image that states none, or states a wrong one.
 #ifndef KOVRAL_IO_RESOLUTION_H
@@ -19,8 +19,13 @@ constexpr double kSplitPpi = 500;
 constexpr double kPpiTolerance = 0.02;
 // Measured and stated resolutions further apart than this fraction are worth a warning.
 constexpr double kPpiDisagreement = 0.25;
-// Typical distance between neighbouring ridge centres.
-constexpr double kRidgePeriodMm = 0.46;
+// Ridge periods of people differ: a measured resolution is this close to the true one.
+constexpr double kMeasureAccuracy = 0.15;
+// Resolutions fingerprint scanners work at.
+constexpr double kUsualPpi[] = {250, 500, 1000};
+// Typical distance between neighbouring ridge centres (slaps of fingers and
+// thumbs, live-scan and inked; people differ by about a tenth either way).
+constexpr double kRidgePeriodMm = 0.5;
 
 struct MeasuredResolution
 {
@@ -73,7 +78,11 @@ enum class PpiMode
 {
     Stated,   // the file's resolution; 500 ppi when it states none
     Given,    // the caller's (--ppi N), whatever the file says
-    Auto      // the measured one; the stated one when measuring fails
+    // The measured one, as far as measuring can tell: the stated one when the
+    // ridges agree with it (within kPpiDisagreement) or measuring fails, else
+    // a scanner's usual resolution (kUsualPpi) the measure lies within
+    // kMeasureAccuracy of, else the measured one itself.
+    Auto
 };
 
 enum class FitMode
@@ -124,8 +133,8 @@ bool FingerBoxInSource(const SplitPreparation& prepared, int fingerWidth, int fi
 
 // Measures the resolution, decides the one to use, resamples to 500 ppi when
 // it is off by more than kPpiTolerance, then cuts or scales to the limits.
-// Warns when the measured and the stated resolution disagree by more than
-// kPpiDisagreement.
+// Warns when the measured resolution and the stated or the given one
+// disagree by more than kPpiDisagreement.
 SplitPreparation PrepareForSplit(const uint8_t* pixels, int width, int height, double statedPpi, PpiMode mode,
                                  double givenPpi, FitMode fit, const SplitLimits& limits = {});
 

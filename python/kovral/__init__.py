@@ -26,6 +26,7 @@ from ._kovral import (
     MIN_HEIGHT,
     MIN_WIDTH,
     Finger,
+    Record,
     Splitter,
     hand,
     split,
@@ -37,6 +38,7 @@ __all__ = [
     "Finger",
     "hand",
     "read",
+    "Record",
     "MIN_WIDTH",
     "MAX_WIDTH",
     "MIN_HEIGHT",
@@ -48,11 +50,19 @@ __all__ = [
 
 
 def read(path, size=None):
-    """Reads a slap image file into a 2-D uint8 array (rows, columns).
+    """Reads a slap image file into a 2-D uint8 array (rows, columns), or an
+    ANSI/NIST-ITL transaction file into its image records.
 
-    Uses the same readers as kovral-split, so both take and refuse the same
-    files: PNG, JPEG, BMP and PGM (colour becomes gray), or headerless 8-bit
-    pixels when ``size=(width, height)`` is given.
+    Uses the same readers as kovral-split: PNG, JPEG, BMP and PGM (colour
+    becomes gray), WSQ, or headerless 8-bit pixels when
+    ``size=(width, height)`` is given, each give an array. A transaction file
+    (.an2, .eft, .nist; recognised by content) gives a list of
+    ``kovral.Record``, one per fingerprint image record in file order, with
+    its ``image`` (None and ``error`` set when its compression is not read),
+    NIST finger ``position`` (13, 14, 15 for slaps), stated ``ppi`` and the
+    fingers it lists as ``missing``::
+
+        slaps = [r for r in kovral.read("card.eft") if r.position in (13, 14, 15)]
 
     Raises FileNotFoundError when there is no such file, ValueError with the
     reason when the file cannot be read as a slap image.

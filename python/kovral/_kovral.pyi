@@ -1,6 +1,6 @@
 """Type stubs of the C++ core of kovral."""
 
-from typing import Optional, Sequence
+from typing import Optional, Sequence, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -55,8 +55,47 @@ def split(image: npt.NDArray[np.uint8], finger_size: tuple[int, int] = (320, 480
 def hand(fingers: Sequence[Finger]) -> Optional[str]:
     """'right', 'left' or None (undecidable) for the four fingers of a split."""
 
-def read(path: str, size: Optional[tuple[int, int]] = None) -> npt.NDArray[np.uint8]:
-    """Reads a slap image file into a 2-D uint8 array."""
+class Record:
+    """One fingerprint image record of an ANSI/NIST-ITL transaction file."""
+    @property
+    def image(self) -> Optional[npt.NDArray[np.uint8]]:
+        """2-D uint8 array (rows, columns), or None when the record was not decoded."""
+    @property
+    def error(self) -> str:
+        """Why the image was not decoded; empty when it was."""
+    @property
+    def record(self) -> int:
+        """Number of the record in the file (1: the Type-1 record)."""
+    @property
+    def record_type(self) -> int:
+        """3..6 (binary records), 13, 14 or 15."""
+    @property
+    def idc(self) -> int:
+        """Information designation character, -1 when absent."""
+    @property
+    def position(self) -> int:
+        """NIST finger position: 1..10 single fingers, 13 right four, 14 left four, 15 both thumbs, 0 unknown."""
+    @property
+    def impression(self) -> int:
+        """Impression type, -1 when absent."""
+    @property
+    def ppi(self) -> Optional[float]:
+        """Resolution the file states, pixels per inch; None when it states none."""
+    @property
+    def ppi_source(self) -> str:
+        """The fields the resolution comes from."""
+    @property
+    def format(self) -> str:
+        """e.g. 'ANSI/NIST Type-14 WSQ20'."""
+    @property
+    def missing(self) -> list[tuple[int, str]]:
+        """(finger position, 'amputated' or 'unable to print') of fingers the record lists as missing."""
+    @property
+    def notes(self) -> list[str]:
+        """What the file got wrong but could be read past."""
+
+def read(path: str, size: Optional[tuple[int, int]] = None) -> Union[npt.NDArray[np.uint8], list[Record]]:
+    """A 2-D uint8 array of an image or WSQ file; the image records of a transaction file."""
 
 class _BatchOptions:
     out_dir: str

@@ -7,6 +7,7 @@
 #include <slap_job.h>
 #include <slap_outputs.h>
 
+#include <fingerprint/fingerprint_files.h>
 #include <pybind11/numpy.h>
 #include <pybind11/stl.h>
 
@@ -36,22 +37,108 @@ std::optional<kovral_tool::PixelSize> ToPixelSize(const std::optional<SizePair>&
     return kovral_tool::PixelSize{static_cast<int>(size->first), static_cast<int>(size->second)};
 }
 
-py::array_t<uint8_t> Read(const std::string& path, const std::optional<SizePair>& rawSize)
+// Transaction files are read whole; larger ones are refused.
+constexpr uint64_t kMaxFingerprintFileBytes = uint64_t{256} << 20;
+
+// The array takes over the pixels without a copy.
+py::array_t<uint8_t> ArrayOf(int width, int height, std::vector<uint8_t>&& bytes)
+{
+    auto* pixels = new std::vector<uint8_t>(std::move(bytes));
+    py::capsule owner(pixels, [](void* p) { delete static_cast<std::vector<uint8_t>*>(p); });
+    return py::array_t<uint8_t>({height, width}, pixels->data(), owner);
+}
+
+// One image record of a transaction file, as kovral.read gives it.
+struct Record
+{
+    py::object image = py::none();   // None when the record could not be decoded
+    std::string error;               // why not
+    int record = 0;
+    int recordType = 0;
+    int idc = -1;
+    int position = 0;
+    int impression = -1;
+    py::object ppi = py::none();
+    std::string ppiSource;
+    std::string format;
+    std::vector<std::pair<int, std::string>> missing;
+    std::vector<std::string> notes;
+};
+
+bool DecodeOtherRecord(const uint8_t* data, size_t size, kovral_io::An2kImage& image, std::string& error)
+{
+    kovral_io::ReadResult result = kovral_io::ReadImage({data, size});
+    if (!result.ok)
+    {
+        error = result.reason;
+        return false;
+    }
+    image.width = result.image.width;
+    image.height = result.image.height;
+    image.pixels = std::move(result.image.pixels);
+    return true;
+}
+
+py::object Read(const std::string& path, const std::optional<SizePair>& rawSize)
 {
     std::optional<kovral_tool::PixelSize> raw = ToPixelSize(rawSize, "size");
     kovral_tool::GrayImage image;
     std::string error;
-    bool ok;
+    std::vector<uint8_t> bytes;
+    kovral_io::FingerprintFile file;
+    bool ok, fingerprint = false;
     {
         py::gil_scoped_release released;
-        ok = kovral_tool::DecodeImageFile(path, raw, image, error);
+        ok = kovral_io::ReadFileBytes(path, kMaxFingerprintFileBytes, bytes, error);
+        fingerprint = ok && kovral_io::IsFingerprintFile(bytes.data(), bytes.size());
+        if (fingerprint)
+        {
+            file = kovral_io::ReadFingerprintFile(bytes.data(), bytes.size(), kovral_io::RecordSelection::All,
+                                                  DecodeOtherRecord);
+            ok = file.ok && !(file.images.empty() && file.refused.empty());
+            error = !file.reason.empty() ? file.reason : "holds no fingerprint image record";
+            if (file.ok && !file.warnings.empty())
+                error += ": " + file.warnings.front();
+        }
+        else if (ok)
+            ok = kovral_tool::DecodeImage(bytes, raw, image, error);
     }
     if (!ok)
         throw py::value_error(path + ": " + error);
-    // The array takes over the decoded pixels without a copy.
-    auto* pixels = new std::vector<uint8_t>(std::move(image.pixels));
-    py::capsule owner(pixels, [](void* p) { delete static_cast<std::vector<uint8_t>*>(p); });
-    return py::array_t<uint8_t>({image.height, image.width}, pixels->data(), owner);
+    if (!fingerprint)
+        return ArrayOf(image.width, image.height, std::move(image.pixels));
+    if (file.kind == "WSQ")
+    {
+        kovral_io::FingerprintImage& wsq = file.images.front();
+        return ArrayOf(wsq.width, wsq.height, std::move(wsq.pixels));
+    }
+    py::list records;
+    for (kovral_io::FingerprintImage& r : file.images)
+    {
+        Record out;
+        out.image = ArrayOf(r.width, r.height, std::move(r.pixels));
+        out.record = r.record;
+        out.recordType = r.recordType;
+        out.idc = r.idc;
+        out.position = r.position;
+        out.impression = r.impression;
+        if (r.ppi > 0)
+            out.ppi = py::float_(r.ppi);
+        out.ppiSource = r.ppiSource;
+        out.format = r.format;
+        for (const kovral_io::An2kMissingFinger& m : r.missing)
+            out.missing.emplace_back(m.position, m.amputated ? "amputated" : "unable to print");
+        out.notes = r.notes;
+        out.notes.insert(out.notes.end(), file.warnings.begin(), file.warnings.end());
+        records.append(py::cast(std::move(out)));
+    }
+    for (const std::string& refusal : file.refused)
+    {
+        Record out;
+        out.error = refusal;
+        records.append(py::cast(std::move(out)));
+    }
+    return records;
 }
 
 // What kovral-split does with one slap file, options as its command line has them.
@@ -108,11 +195,34 @@ py::tuple SplitFile(const std::string& path, const std::string& name, const Batc
 
 void RegisterFiles(py::module_& m)
 {
+    py::class_<Record>(m, "Record", "One fingerprint image record of an ANSI/NIST-ITL transaction file.")
+        .def_readonly("image", &Record::image, "2-D uint8 array (rows, columns), or None when not decoded")
+        .def_readonly("error", &Record::error, "Why the image was not decoded; empty when it was")
+        .def_readonly("record", &Record::record, "Number of the record in the file (1: the Type-1 record)")
+        .def_readonly("record_type", &Record::recordType, "Record type: 3..6 (binary), 13, 14 or 15")
+        .def_readonly("idc", &Record::idc, "Information designation character, -1 when absent")
+        .def_readonly("position", &Record::position,
+                      "NIST finger position: 1..10 single fingers, 13 right four, 14 left four, 15 both thumbs, "
+                      "0 unknown")
+        .def_readonly("impression", &Record::impression, "Impression type, -1 when absent")
+        .def_readonly("ppi", &Record::ppi, "Resolution the file states (pixels per inch), None when it states none")
+        .def_readonly("ppi_source", &Record::ppiSource, "The fields the resolution comes from")
+        .def_readonly("format", &Record::format, "e.g. 'ANSI/NIST Type-14 WSQ20'")
+        .def_readonly("missing", &Record::missing,
+                      "(finger position, 'amputated' or 'unable to print') of fingers the record lists as missing")
+        .def_readonly("notes", &Record::notes, "What the file got wrong but could be read past")
+        .def("__repr__", [](const Record& r) {
+            return "<kovral.Record " + std::to_string(r.record) + " Type-" + std::to_string(r.recordType) +
+                   " position " + std::to_string(r.position) + (r.image.is_none() ? " not decoded>" : ">");
+        });
+
     m.def("read", &Read, py::arg("path"), py::arg("size") = py::none(),
-          "Reads a slap image file into a 2-D uint8 array (rows, columns).\n\n"
-          "The same readers as kovral-split, so both take and refuse the same files: PNG, JPEG, BMP, PGM "
-          "(colour becomes gray), or headerless 8-bit pixels when size = (width, height) is given. Raises "
-          "ValueError with the reason when the file cannot be read or is not a slap image.");
+          "Reads a slap image file into a 2-D uint8 array (rows, columns), or a transaction file into its "
+          "image records.\n\n"
+          "The same readers as kovral-split: PNG, JPEG, BMP, PGM (colour becomes gray), WSQ, or headerless "
+          "8-bit pixels when size = (width, height) is given, give an array; an ANSI/NIST-ITL transaction "
+          "file (.an2, .eft, .nist) gives a list of Record, one per fingerprint image record in file order. "
+          "Raises ValueError with the reason when the file cannot be read.");
 
     py::class_<BatchOptions>(m, "_BatchOptions")
         .def(py::init<>())

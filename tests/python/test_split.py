@@ -286,3 +286,39 @@ def test_help_explains_the_api():
         assert "Raises" in item.__doc__ or "hand layout" in item.__doc__
     stubs = os.path.join(os.path.dirname(kovral.__file__), "_kovral.pyi")
     assert os.path.exists(stubs)
+
+
+NIST = os.environ.get("KOVRAL_NIST_DATA", "")
+
+# (file, (record number, record type, finger position, width x height) of each image record).
+TRANSACTIONS = [
+    # Type-14 WSQ slaps whose records state 1800 x 1000: the images' own sizes win, with a note.
+    ("valid1.8.an2", [(3, 14, 13, (1600, 976)), (4, 14, 14, (1600, 976)), (5, 14, 15, (1600, 800))]),
+    # A card: the four-finger slaps in binary Type-4 records, the thumbs in Type-14.
+    ("nist-type-4-14-flats.eft", [(3, 4, 14, (1608, 1000)), (4, 4, 13, (1572, 1000)), (5, 14, 15, (804, 1000))]),
+]
+
+
+@pytest.mark.parametrize("name, records", TRANSACTIONS)
+def test_read_gives_a_transaction_s_image_records(name, records):
+    got = kovral.read(os.path.join(NIST, name))
+    assert [(r.record, r.record_type, r.position, r.image.shape[::-1]) for r in got] == records
+    for r in got:
+        assert r.error == "" and r.image.dtype == np.uint8
+        assert r.ppi == pytest.approx(500, abs=0.2) and r.ppi_source
+        assert r.missing == []
+    assert bool(got[0].notes) == (name == "valid1.8.an2")
+
+
+def test_read_wsq_gives_the_record_s_image(tmp_path):
+    an2 = open(os.path.join(NIST, "valid1.8.an2"), "rb").read()
+    path = tmp_path / "right.wsq"
+    path.write_bytes(an2[540:540 + 60152])
+    image = kovral.read(path)
+    assert isinstance(image, np.ndarray)
+    assert np.array_equal(image, kovral.read(os.path.join(NIST, "valid1.8.an2"))[0].image)
+    # A transaction cut inside its first image record holds none: refused, saying where it broke.
+    path = tmp_path / "cut.an2"
+    path.write_bytes(an2[:300])
+    with pytest.raises(ValueError, match="holds no fingerprint image record: "):
+        kovral.read(path)

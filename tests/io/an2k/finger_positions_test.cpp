@@ -29,6 +29,7 @@ TEST(FingerPositions, Assigned)
         {"no record: the judgement", 0, 4, left, {}, {10, 9, 8, 7}, Hand::Judgement, false, 0},
         {"no record, three fingers: unknown", 0, 3, right, {}, {0, 0, 0}, Hand::Unknown, false, 0},
         {"a single finger record is no slap", 2, 4, none, {}, {0, 0, 0, 0}, Hand::Unknown, false, 0},
+        {"a single finger record and one finger found: its position", 7, 1, none, {}, {7}, Hand::Record, false, 0},
         {"ring finger amputated", 14, 3, left, {{9, true}}, {10, 8, 7}, Hand::Record, false, 1},
         {"a missing finger of the other hand changes nothing", 13, 4, right, {{9, false}}, {2, 3, 4, 5}, Hand::Record,
          false, 0},

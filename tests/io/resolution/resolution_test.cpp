@@ -6,6 +6,7 @@
 #include "wsq/wsq.h"
 
 #include <kovral.h>
+#include <slapgen.h>
 
 #include <gtest/gtest.h>
 
@@ -67,7 +68,7 @@ Bytes Ridges(int w, int h, double period, double angle)
 
 TEST(MeasureResolution, DrawnRidges)
 {
-    // The period a resolution gives to ridges 0.46 mm apart.
+    // The period a resolution gives to ridges the typical distance apart.
     for (const double ppi : {250.0, 500.0, 1000.0})
         for (const double angle : {0.0, 0.5, 1.3})
         {
@@ -110,6 +111,60 @@ TEST(MeasureResolution, RealSlapAtThreeScales)
 }
 
 } // namespace
+
+// Real slaps of several people, devices and resolutions, fingers and thumbs:
+// the spread of ridge periods between people is what limits the measure.
+// Needs shared/realdata beside the repository.
+TEST(MeasureResolution, RealSlapsWithinFifteenPercent)
+{
+    const std::string dir = kovral_test::RealDataDir();
+    if (dir.empty())
+        GTEST_SKIP() << "no shared/realdata beside the repository";
+    const struct
+    {
+        const char* file;
+        double ppi;
+    } cases[] = {
+        {"nbis-valid1.8_fgp13_right4_1600x976.pgm", 500},         // live scan, narrow ridges
+        {"nbis-valid1.8_fgp14_left4_1600x976.pgm", 500},
+        {"nbis-valid1.8_fgp15_thumbs_1600x800.pgm", 500},         // live-scan thumbs
+        {"nbis-wvu-type3_fgp13_right4_800x475_250ppi.pgm", 250},  // low resolution, states none
+        {"nbis-wvu-type3_fgp14_left4_800x475_250ppi.pgm", 250},
+        {"nist-workshop_fgp13_right4_1572x1000.pgm", 500},        // inked card, with writing on it
+        {"nist-workshop_fgp14_left4_1608x1000.pgm", 500},
+        {"nist-workshop_fgp15_thumbs_804x1000.pgm", 500},         // inked thumbs: the widest ridges
+    };
+    for (const auto& c : cases)
+    {
+        slapgen::Slap slap;
+        ASSERT_TRUE(slapgen::ReadPgm((dir + "/" + c.file).c_str(), slap)) << c.file;
+        const kovral_io::MeasuredResolution m = kovral_io::MeasureResolution(slap.pixels.data(), slap.width, slap.height);
+        ASSERT_TRUE(m.ok) << c.file;
+        EXPECT_NEAR(m.ppi, c.ppi, c.ppi * 0.15) << c.file;
+    }
+}
+
+// Generated hands resampled to 250..1000 ppi measure in proportion to the
+// scale: the measure follows the ridges, not the size of the image or of the
+// fingers. (Blocks across the edge of a finger once made small scales read
+// three times too high.)
+TEST(MeasureResolution, GeneratedSlapsInProportionToScale)
+{
+    for (const uint32_t seed : {3u, 8u})
+    {
+        const slapgen::Slap slap = slapgen::Generate(slapgen::FourFingerHand(1600, 1000, 5, seed % 2 == 0, seed));
+        const kovral_io::MeasuredResolution base = kovral_io::MeasureResolution(slap.pixels.data(), 1600, 1000);
+        ASSERT_TRUE(base.ok);
+        for (const double factor : {0.5, 0.6, 0.8, 1.25, 1.6, 2.0})
+        {
+            const kovral_io::ResampledImage img = kovral_io::Resample(slap.pixels.data(), 1600, 1000, factor);
+            const kovral_io::MeasuredResolution m =
+                kovral_io::MeasureResolution(img.pixels.data(), img.width, img.height);
+            ASSERT_TRUE(m.ok);
+            EXPECT_NEAR(m.ppi / factor, base.ppi, base.ppi * 0.08) << "seed " << seed << ", scaled by " << factor;
+        }
+    }
+}
 
 namespace {
 
