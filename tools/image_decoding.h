@@ -28,6 +28,11 @@ bool DecodeImage(std::span<const uint8_t> bytes, const std::optional<PixelSize>&
 bool DecodeImageFile(const std::string& path, const std::optional<PixelSize>& rawSize, GrayImage& image,
                      std::string& error);
 
+// The same through reader, whose memory it reuses: the image lives in the
+// reader until its next read. Null on failure.
+const GrayImage* DecodeImageFile(kovral_io::ImageFileReader& reader, const std::string& path,
+                                 const std::optional<PixelSize>& rawSize, std::string& error);
+
 } // namespace kovral_tool
 
 #endif
