@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 namespace kovral_tool {
 
@@ -35,8 +36,8 @@ std::string MinutesAndSeconds(double seconds)
 
 } // namespace
 
-Progress::Progress(size_t total, bool quiet)
-    : total_(total), quiet_(quiet), bar_(!quiet && isatty(STDERR_FILENO))
+Progress::Progress(size_t total, bool quiet, std::string program)
+    : total_(total), quiet_(quiet), bar_(!quiet && isatty(STDERR_FILENO)), program_(std::move(program))
 {
 }
 
@@ -60,7 +61,7 @@ void Progress::Done(const std::string& input, const TaskOutcome& outcome)
     if (bar_)
         Clear();
     if (!outcome.ok)
-        std::fprintf(stderr, "kovral-split: %s: %s\n", input.c_str(), outcome.message.c_str());
+        std::fprintf(stderr, "%s: %s: %s\n", program_.c_str(), input.c_str(), outcome.message.c_str());
     else if (!bar_ && !quiet_)
         std::printf("[%zu/%zu] %s: %s\n", done_, total_, input.c_str(), outcome.message.c_str());
     std::fflush(stdout);
