@@ -124,11 +124,8 @@ int main(int argc, char** argv)
     auto died = [&](size_t k, pid_t pid) {
         RemoveTemporariesOf(pid, std::filesystem::path(SummaryPath(options, inputs[runnable[k]].name)).parent_path());
     };
-    // A single slap is split here: starting a worker would cost more than its split.
     int jobs = static_cast<int>(std::min<size_t>(static_cast<size_t>(options.jobs), runnable.size()));
-    BatchEnd end = runnable.size() == 1 ? RunHere(runnable.size(), task, report)
-                                        : RunInWorkers(runnable.size(), jobs, task, report,
-                                                       [&] { progress.Tick(); }, died);
+    BatchEnd end = RunInWorkers(runnable.size(), jobs, task, report, [&] { progress.Tick(); }, died);
     progress.Finish();
 
     if (end.signal)

@@ -71,25 +71,20 @@ bool ReadAll(int fd, void* data, size_t size)
     return TransferAll(fd, static_cast<char*>(data), size, ::read);
 }
 
-// task(index); an exception fails it.
-TaskOutcome RunTask(const TaskFunction& task, size_t index)
-{
-    try
-    {
-        return task(index);
-    }
-    catch (const std::exception& e)
-    {
-        return {false, 0, std::string("internal error: ") + e.what()};
-    }
-}
-
 [[noreturn]] void WorkerMain(int taskFd, int resultFd, const TaskFunction& task)
 {
     uint64_t index = 0;
     while (ReadAll(taskFd, &index, sizeof index))
     {
-        const TaskOutcome outcome = RunTask(task, static_cast<size_t>(index));
+        TaskOutcome outcome;
+        try
+        {
+            outcome = task(static_cast<size_t>(index));
+        }
+        catch (const std::exception& e)
+        {
+            outcome = {false, 0, std::string("internal error: ") + e.what()};
+        }
         nlohmann::json result{{"ok", outcome.ok},
                               {"fingers", outcome.fingers},
                               {"message", outcome.message},
@@ -314,23 +309,6 @@ void CatchInterruptions()
 int Interruption()
 {
     return g_firstSignal;
-}
-
-BatchEnd RunHere(size_t count, const TaskFunction& task, const ReportFunction& report)
-{
-    BatchEnd end;
-    for (size_t i = 0; i < count; i++)
-    {
-        end.signal = Interruption();
-        if (end.signal)
-        {
-            end.notStarted = count - i;
-            return end;
-        }
-        report(i, RunTask(task, i));
-    }
-    end.signal = Interruption();
-    return end;
 }
 
 BatchEnd RunInWorkers(size_t count, int jobs, const TaskFunction& task, const ReportFunction& report,

@@ -61,12 +61,6 @@ struct BatchEnd
 BatchEnd RunInWorkers(size_t count, int jobs, const TaskFunction& task, const ReportFunction& report,
                       const std::function<void()>& tick, const DeathFunction& died = {});
 
-// Runs the tasks one after another in this process, reported as RunInWorkers
-// reports them (an exception fails its task; after an interruption the
-// running task finishes and no other starts). For a batch too small to pay
-// for starting a worker: a crash here ends the whole run.
-BatchEnd RunHere(size_t count, const TaskFunction& task, const ReportFunction& report);
-
 } // namespace kovral_tool
 
 #endif

@@ -18,7 +18,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
 #include <tuple>
 
 namespace {
@@ -197,26 +196,6 @@ TEST(WorkerPool, CrashCostsOnlyItsTask)
         },
         [] {});
     EXPECT_EQ(got, (std::vector<std::string>{"0 fingers", crash, "2 fingers", "3 fingers", crash, "5 fingers"}));
-}
-
-// Tasks run here, in order, as a worker runs them: an exception fails only its task.
-TEST(WorkerPool, RunHereReportsLikeTheWorkers)
-{
-    const pid_t self = getpid();
-    std::vector<std::string> got(3);
-    const kovral_tool::BatchEnd end = kovral_tool::RunHere(
-        got.size(),
-        [&](size_t i) {
-            if (i == 1)
-                throw std::runtime_error("no memory");
-            return kovral_tool::TaskOutcome{getpid() == self, static_cast<int>(i), " fingers"};
-        },
-        [&](size_t i, const kovral_tool::TaskOutcome& o) {
-            got[i] += o.ok ? std::to_string(o.fingers) + o.message : o.message;
-        });
-    EXPECT_EQ(got, (std::vector<std::string>{"0 fingers", "internal error: no memory", "2 fingers"}));
-    EXPECT_EQ(end.signal, 0);
-    EXPECT_EQ(end.notStarted, 0u);
 }
 
 } // namespace
