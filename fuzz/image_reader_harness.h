@@ -21,8 +21,10 @@ inline kovral_io::ReadOptions FuzzReadOptions()
 }
 
 // Bytes that the reader does not recognise are not decoded, as in kovral_io.
+// inPlace: the reader also decodes the bytes where they lie in the image's
+// memory (as a file reader hands them over), to the same result.
 template <typename Recognises, typename Decode>
-void FuzzReader(const uint8_t* data, size_t size, Recognises recognises, Decode decode)
+void FuzzReader(const uint8_t* data, size_t size, Recognises recognises, Decode decode, bool inPlace = false)
 {
     const kovral_io::ReadOptions options = FuzzReadOptions();
     const kovral_io::detail::Bytes bytes(data, size);
@@ -43,6 +45,20 @@ void FuzzReader(const uint8_t* data, size_t size, Recognises recognises, Decode 
     FUZZ_CHECK(image.height >= 1 && image.height <= options.maxSize.height);
     FUZZ_CHECK(image.pixels.size() == static_cast<size_t>(image.width) * static_cast<size_t>(image.height));
     FUZZ_CHECK(image.pixels == second.image.pixels);
+
+    // Memory an earlier image left, holding other bytes, never shows.
+    kovral_io::ReadResult reused;
+    reused.image.pixels.assign(size, 0xA5);
+    decode(bytes, options, reused);
+    FUZZ_CHECK(reused.ok && reused.image.pixels == image.pixels);
+    if (inPlace)
+    {
+        kovral_io::ReadResult here;
+        here.image.pixels.assign(data, data + size);
+        decode(kovral_io::detail::Bytes(here.image.pixels.data(), size), options, here);
+        FUZZ_CHECK(here.ok && here.image.width == image.width && here.image.height == image.height);
+        FUZZ_CHECK(here.image.pixels == image.pixels);
+    }
 }
 
 #endif

@@ -13,7 +13,9 @@ namespace kovral_io::detail {
 using Bytes = std::span<const uint8_t>;
 
 // One file format. recognises looks only at the first bytes; decode fills
-// result.image and sets result.ok, or sets result.reason.
+// result.image and sets result.ok, or sets result.reason. The PGM/PPM and
+// raw decoders also decode in place: bytes may lie in result.image.pixels
+// (see InImage), which then holds at least their size.
 struct FormatReader
 {
     const char* name;
@@ -35,7 +37,11 @@ void PnmDecode(Bytes bytes, const ReadOptions& options, ReadResult& result);
 // before it is narrowed.
 bool SizeAccepted(int64_t width, int64_t height, const ReadOptions& options, ReadResult& result);
 
-// Allocates result.image for width x height pixels (already accepted).
+// True when bytes lie at the start of result.image.pixels: decode in place.
+bool InImage(Bytes bytes, const ReadResult& result);
+
+// Sizes result.image for width x height pixels (already accepted), with
+// memory an earlier image left; its contents are undefined.
 void AllocateImage(int width, int height, ReadResult& result);
 
 // Gray of a colour, weighted as the eye sees brightness.

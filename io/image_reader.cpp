@@ -48,7 +48,10 @@ void DecodeRaw(Bytes bytes, const ReadOptions& options, ReadResult& result)
         return;
     result.image.width = raw.width;
     result.image.height = raw.height;
-    result.image.pixels.assign(bytes.begin(), bytes.end());
+    if (detail::InImage(bytes, result))
+        result.image.pixels.resize(bytes.size());
+    else
+        result.image.pixels.assign(bytes.begin(), bytes.end());
     result.ok = true;
 }
 
@@ -70,9 +73,13 @@ std::string SystemError(const char* what)
     return std::string(what) + ": " + std::strerror(errno);
 }
 
-// Reads the whole regular file at path into bytes, at most limit of them.
-bool ReadRegularFile(const std::string& path, uint64_t limit, std::vector<uint8_t>& bytes, std::string& reason)
+// Reads the whole regular file at path, at most limit bytes, into the first
+// length bytes of storage. storage only grows: memory it holds is reused
+// as it is, never cleared.
+bool ReadRegularFile(const std::string& path, uint64_t limit, std::vector<uint8_t>& storage, size_t& length,
+                     std::string& reason)
 {
+    length = 0;
     // The type is checked before opening, and the file is opened without
     // blocking, so that a FIFO or a device is refused rather than waited on.
     struct stat info;
@@ -109,12 +116,15 @@ bool ReadRegularFile(const std::string& path, uint64_t limit, std::vector<uint8_
     }
     if (ok)
     {
-        // The file may grow or shrink while it is read: read to its end, within the limit.
-        bytes.resize(static_cast<size_t>(info.st_size) + 1);
+        // The file may grow or shrink while it is read: read to its end, within
+        // the limit. One byte more than its size tells the end without a second read.
+        size_t room = static_cast<size_t>(info.st_size) + 1;
+        if (storage.size() < room)
+            storage.resize(room);
         size_t have = 0;
         for (;;)
         {
-            if (have == bytes.size())
+            if (have == room)
             {
                 if (have > limit)
                 {
@@ -122,9 +132,11 @@ bool ReadRegularFile(const std::string& path, uint64_t limit, std::vector<uint8_
                     ok = false;
                     break;
                 }
-                bytes.resize(std::min<uint64_t>(limit + 1, bytes.size() * 2));
+                room = std::min<uint64_t>(limit + 1, room * 2);
+                if (storage.size() < room)
+                    storage.resize(room);
             }
-            ssize_t n = read(fd, bytes.data() + have, bytes.size() - have);
+            ssize_t n = read(fd, storage.data() + have, room - have);
             if (n < 0 && errno == EINTR)
                 continue;
             if (n < 0)
@@ -137,10 +149,38 @@ bool ReadRegularFile(const std::string& path, uint64_t limit, std::vector<uint8_
                 break;
             have += static_cast<size_t>(n);
         }
-        bytes.resize(have);
+        length = have;
     }
     close(fd);
     return ok;
+}
+
+// Decodes bytes into result, which is fresh but for the memory of its image.
+void Decode(Bytes bytes, const ReadOptions& options, ReadResult& result)
+{
+    if (bytes.empty())
+    {
+        result.reason = "empty file";
+        return;
+    }
+    if (bytes.size() > options.maxFileBytes)
+    {
+        result.reason = "file of " + std::to_string(bytes.size()) + " bytes is larger than the limit of "
+                        + std::to_string(options.maxFileBytes);
+        return;
+    }
+    for (const detail::FormatReader& reader : kReaders)
+    {
+        if (!reader.recognises(bytes))
+            continue;
+        result.format = reader.name;
+        reader.decode(bytes, options, result);
+        return;
+    }
+    if (options.rawSize)
+        DecodeRaw(bytes, options, result);
+    else
+        result.reason = "not a " + KnownFormats() + " image";
 }
 
 } // namespace
@@ -177,11 +217,17 @@ bool SizeAccepted(int64_t width, int64_t height, const ReadOptions& options, Rea
     return true;
 }
 
+bool InImage(Bytes bytes, const ReadResult& result)
+{
+    return !bytes.empty() && bytes.data() == result.image.pixels.data();
+}
+
 void AllocateImage(int width, int height, ReadResult& result)
 {
     result.image.width = width;
     result.image.height = height;
-    result.image.pixels.assign(static_cast<size_t>(width) * static_cast<size_t>(height), 0);
+    // Every decoder writes every pixel: memory reused from an earlier image is not cleared.
+    result.image.pixels.resize(static_cast<size_t>(width) * static_cast<size_t>(height));
 }
 
 } // namespace detail
@@ -189,45 +235,47 @@ void AllocateImage(int width, int height, ReadResult& result)
 ReadResult ReadImage(std::span<const uint8_t> bytes, const ReadOptions& options)
 {
     ReadResult result;
-    if (bytes.empty())
-    {
-        result.reason = "empty file";
-        return result;
-    }
-    if (bytes.size() > options.maxFileBytes)
-    {
-        result.reason = "file of " + std::to_string(bytes.size()) + " bytes is larger than the limit of "
-                        + std::to_string(options.maxFileBytes);
-        return result;
-    }
-    for (const detail::FormatReader& reader : kReaders)
-    {
-        if (!reader.recognises(bytes))
-            continue;
-        result.format = reader.name;
-        reader.decode(bytes, options, result);
-        if (!result.ok)
-            result.image = {};
-        return result;
-    }
-    if (options.rawSize)
-        DecodeRaw(bytes, options, result);
-    else
-        result.reason = "not a " + KnownFormats() + " image";
+    Decode(bytes, options, result);
+    if (!result.ok)
+        result.image = {};
     return result;
 }
 
 ReadResult ReadImageFile(const std::string& path, const ReadOptions& options)
 {
-    std::vector<uint8_t> bytes;
-    std::string reason;
-    ReadResult result;
-    if (ReadRegularFile(path, options.maxFileBytes, bytes, reason))
-        result = ReadImage(bytes, options);
+    ImageFileReader reader;
+    return std::move(reader.Read(path, options));
+}
+
+ReadResult& ImageFileReader::Read(const std::string& path, const ReadOptions& options)
+{
+    // The image's memory goes from result to result, kept aside after a failure.
+    std::vector<uint8_t> memory = std::move(result_.ok ? result_.image.pixels : spare_);
+    result_ = {};
+    result_.source = path;
+    // The file is read into the image's memory. A PGM or a raw file is
+    // decoded where it lies, its pixels moved down over the header; other
+    // formats go to the other buffer, to be decoded into the image.
+    size_t length = 0;
+    if (ReadRegularFile(path, options.maxFileBytes, memory, length, result_.reason))
+    {
+        const Bytes file(memory.data(), length);
+        const bool inPlace = detail::PnmRecognises(file)
+                             || std::none_of(std::begin(kReaders), std::end(kReaders),
+                                             [&](const detail::FormatReader& r) { return r.recognises(file); });
+        if (!inPlace)
+            std::swap(memory, bytes_);
+        result_.image.pixels = std::move(memory);
+        Decode(Bytes(inPlace ? result_.image.pixels.data() : bytes_.data(), length), options, result_);
+    }
     else
-        result.reason = reason;
-    result.source = path;
-    return result;
+        result_.image.pixels = std::move(memory);
+    if (!result_.ok)
+    {
+        spare_ = std::move(result_.image.pixels);
+        result_.image = {};
+    }
+    return result_;
 }
 
 bool WriteAll(int fd, std::span<const uint8_t> bytes)

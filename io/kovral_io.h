@@ -72,6 +72,23 @@ ReadResult ReadImageFile(const std::string& path, const ReadOptions& options = {
 // most limit bytes). On failure returns false and sets reason, without the path.
 bool ReadFileBytes(const std::string& path, uint64_t limit, std::vector<uint8_t>& bytes, std::string& reason);
 
+// Reads files one after another into memory it keeps: once it has read the
+// largest of them, reading another allocates nothing and clears nothing, and
+// the pixels of an 8-bit gray PGM or a raw file are read straight into the
+// image. Gives the same results as ReadImageFile. One thread at a time.
+class ImageFileReader
+{
+public:
+    // As ReadImageFile; the result, its image included, stays valid until
+    // the next Read (an image moved out of it takes its memory along).
+    ReadResult& Read(const std::string& path, const ReadOptions& options = {});
+
+private:
+    std::vector<uint8_t> bytes_;   // the file; its size is the memory held, not the file's
+    ReadResult result_;
+    std::vector<uint8_t> spare_;   // the image's memory while result_ holds a failure
+};
+
 // The "a..b x c..d" text of a size range, as errors quote it.
 std::string SizeRangeText(PixelSize min, PixelSize max);
 
@@ -79,6 +96,10 @@ std::string SizeRangeText(PixelSize min, PixelSize max);
 // palette, rows bottom-up and padded to four bytes (as the library writes).
 std::vector<uint8_t> EncodeGrayPng(const GrayImage& image);
 std::vector<uint8_t> EncodeGrayBmp(const GrayImage& image);
+// The same of width x height pixels held elsewhere; the BMP into bytes,
+// reusing its memory.
+std::vector<uint8_t> EncodeGrayPng(const uint8_t* pixels, int width, int height);
+void EncodeGrayBmp(const uint8_t* pixels, int width, int height, std::vector<uint8_t>& bytes);
 // PNG of 8-bit RGB pixels, width x height x 3.
 std::vector<uint8_t> EncodeRgbPng(const uint8_t* rgb, int width, int height);
 // Binary PGM, and baseline JPEG of quality 1..100 (for generated test files).

@@ -15,8 +15,8 @@ kovral_io::ReadOptions SlapReadOptions(const std::optional<PixelSize>& rawSize)
     return options;
 }
 
-bool Finish(kovral_io::ReadResult& result, const std::optional<PixelSize>& rawSize, GrayImage& image,
-            std::string& error)
+// False with error set when the read failed.
+bool Succeeded(const kovral_io::ReadResult& result, const std::optional<PixelSize>& rawSize, std::string& error)
 {
     if (!result.ok)
     {
@@ -25,6 +25,14 @@ bool Finish(kovral_io::ReadResult& result, const std::optional<PixelSize>& rawSi
             error += " (raw files need --size WxH)";
         return false;
     }
+    return true;
+}
+
+bool Finish(kovral_io::ReadResult& result, const std::optional<PixelSize>& rawSize, GrayImage& image,
+            std::string& error)
+{
+    if (!Succeeded(result, rawSize, error))
+        return false;
     image = std::move(result.image);
     return true;
 }
@@ -44,5 +52,6 @@ bool DecodeImageFile(const std::string& path, const std::optional<PixelSize>& ra
     kovral_io::ReadResult result = kovral_io::ReadImageFile(path, SlapReadOptions(rawSize));
     return Finish(result, rawSize, image, error);
 }
+
 
 } // namespace kovral_tool

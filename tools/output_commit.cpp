@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -19,8 +20,8 @@ namespace kovral_tool {
 
 namespace {
 
-// Temporaries of this process, numbered across all its sets.
-unsigned long g_temporaryCount = 0;
+// Temporaries of this process, numbered across all its sets and threads.
+std::atomic<unsigned long> g_temporaryCount = 0;
 
 std::string Folder(const std::string& path)
 {

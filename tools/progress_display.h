@@ -16,8 +16,9 @@ class Progress
 {
 public:
     // The bar goes to standard error when that is a terminal; log lines go to
-    // standard output when it is not. quiet leaves only errors.
-    Progress(size_t total, bool quiet);
+    // standard output when it is not. quiet leaves only errors. program
+    // starts every error line.
+    Progress(size_t total, bool quiet, std::string program = "kovral-split");
 
     // One slap finished: an error line on standard error for a failure.
     void Done(const std::string& input, const TaskOutcome& outcome);
@@ -52,6 +53,7 @@ private:
     size_t failures_ = 0;
     Clock::time_point start_ = Clock::now();
     Clock::time_point drawn_{};
+    std::string program_;
 };
 
 } // namespace kovral_tool

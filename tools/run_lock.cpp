@@ -20,19 +20,25 @@ constexpr size_t kMaxLockText = 200;
 
 bool LockOutputFolder(const std::string& outDir, std::string& error)
 {
+    // The descriptor stays open (and inherited by the workers) until the run ends.
+    return TakeOutputFolderLock(outDir, error) >= 0;
+}
+
+int TakeOutputFolderLock(const std::string& outDir, std::string& error)
+{
     std::error_code ec;
     std::filesystem::create_directories(outDir, ec);
     if (ec)
     {
         error = "cannot create the output folder " + outDir + ": " + ec.message();
-        return false;
+        return -1;
     }
     const std::string path = outDir + "/" + kLockFileName;
     int fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
     if (fd < 0)
     {
         error = "cannot write in the output folder " + outDir + ": " + std::strerror(errno);
-        return false;
+        return -1;
     }
     if (flock(fd, LOCK_EX | LOCK_NB) != 0)
     {
@@ -49,10 +55,9 @@ bool LockOutputFolder(const std::string& outDir, std::string& error)
             error = "the output folder " + outDir + " is in use by another kovral-split run"
                     + (holder.empty() ? std::string() : " (" + holder + ")")
                     + "; one run at a time writes into a folder";
-        return false;
+        return -1;
     }
-    // Who holds the lock, for a run that finds it taken. The descriptor stays
-    // open (and inherited by the workers) until the run ends.
+    // Who holds the lock, for a run that finds it taken.
     char started[32] = {};
     std::time_t now = std::time(nullptr);
     std::tm local{};
@@ -63,7 +68,7 @@ bool LockOutputFolder(const std::string& outDir, std::string& error)
     {
         // Only the description is lost; the lock itself holds.
     }
-    return true;
+    return fd;
 }
 
 } // namespace kovral_tool

@@ -15,6 +15,11 @@ inline constexpr const char* kLockFileName = ".kovral-split.lock";
 // written) returns false and sets error to one line naming the folder.
 bool LockOutputFolder(const std::string& outDir, std::string& error);
 
+// The same lock for a caller that releases it (a batch run from a process
+// that lives on): the lock file's descriptor, closed to release it, or -1
+// with error set.
+int TakeOutputFolderLock(const std::string& outDir, std::string& error);
+
 } // namespace kovral_tool
 
 #endif

@@ -14,6 +14,9 @@ namespace kovral_tool {
 
 namespace {
 
+// A split uses the image's rows in whole blocks of this many.
+constexpr int kSplitRowBlock = 16;
+
 std::string SplitFailure(int result)
 {
     switch (result)
@@ -42,28 +45,42 @@ std::string SummaryInput(const std::string& path)
 
 } // namespace
 
-SlapSplitter::SlapSplitter(const Options& options, const std::set<FileIdentity>& inputs)
-    : options_(options), inputs_(inputs)
+SplitWorkspace::~SplitWorkspace()
 {
-    KOVRAL_Init(KOVRAL_MAX_WIDTH, KOVRAL_MAX_HEIGHT);
+    kovral_splitter_free(splitter_);
 }
 
-SlapSplitter::~SlapSplitter()
+SlapSplitter::SlapSplitter(const Options& options, const std::set<FileIdentity>& inputs, SplitWorkspace* workspace)
+    : options_(options), inputs_(inputs), own_(workspace ? nullptr : std::make_unique<SplitWorkspace>()),
+      work_(workspace ? *workspace : *own_)
 {
-    KOVRAL_Uninit();
 }
 
-bool SlapSplitter::Decode(const InputFile& input, SlapSource& source, GrayImage& image, std::string& error) const
+const GrayImage* SlapSplitter::Decode(const InputFile& input, SlapSource& source, std::string& error)
 {
     if (!input.path.empty())
-        return ReadSlap(input, options_, source, image, error);
+    {
+        // Image files are read into the reader's memory, PGM and raw pixels
+        // where they lie; WSQ files, transaction records and files no image
+        // reader knows go the fingerprint files' way.
+        if (input.record == 0)
+        {
+            const kovral_io::ReadResult& read = work_.reader_.Read(input.path, ImageReadOptions(options_));
+            if (read.ok)
+            {
+                NoteImageSource(read, source);
+                return &read.image;
+            }
+        }
+        return ReadSlap(input, options_, source, work_.slap_, error) ? &work_.slap_ : nullptr;
+    }
     std::span<const uint8_t> sample = BundledSample();
     if (sample.empty())
     {
         error = "this build of kovral-split carries no sample slap; name an input file";
-        return false;
+        return nullptr;
     }
-    return DecodeImage(sample, std::nullopt, image, error);
+    return DecodeImage(sample, std::nullopt, work_.sample_, error) ? &work_.sample_ : nullptr;
 }
 
 TaskOutcome SlapSplitter::Split(const InputFile& input)
@@ -92,15 +109,19 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
     }
     // The slap as read, then readied at 500 ppi within the limits: the split sees the latter.
     SlapSummary summary;
-    GrayImage image;
-    if (!Decode(input, summary.placement.source, image, outcome.message))
+    const GrayImage* decoded = Decode(input, summary.placement.source, outcome.message);
+    if (decoded == nullptr)
         return outcome;
-    summary.width = image.width;
-    summary.height = image.height;
+    summary.width = decoded->width;
+    summary.height = decoded->height;
     kovral_io::SplitPreparation& prepared = summary.placement.prepared;
-    if (!PrepareSlap(image, summary.placement.source, options_, prepared, outcome.message))
+    if (!PrepareSlap(*decoded, summary.placement.source, options_, prepared, outcome.message))
         return outcome;
-    image = {prepared.width, prepared.height, std::move(prepared.pixels)};
+    // Unchanged by the preparation, the slap is split where it was read.
+    const bool unchanged = prepared.pixels.empty();
+    if (!unchanged)
+        work_.prepared_ = {prepared.width, prepared.height, std::move(prepared.pixels)};
+    const GrayImage& image = unchanged ? *decoded : work_.prepared_;
 
     // Finger buffers: the given size must fit the image; the default shrinks to it.
     PixelSize finger = options_.fingerSize.value_or(kDefaultFingerSize);
@@ -114,32 +135,44 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
     finger.width = std::min(finger.width, image.width);
     finger.height = std::min(finger.height, image.height);
 
-    size_t fingerBytes = static_cast<size_t>(finger.width) * finger.height;
-    std::vector<uint8_t> buffers(fingerBytes * KOVRAL_MAX_RECORDS);
-    KOVRAL_INFO_ info[KOVRAL_MAX_RECORDS] = {};
-    for (int i = 0; i < KOVRAL_MAX_RECORDS; i++)
-        info[i].pFpImg = buffers.data() + fingerBytes * i;
+    // The buffers go from slap to slap. A split overwrites all of a buffer it
+    // fills but one it cannot fill from a window (a buffer higher than the
+    // rows the split uses): that keeps its bytes, which start as zeros.
+    const size_t fingerBytes = static_cast<size_t>(finger.width) * finger.height;
+    std::vector<uint8_t>& buffers = work_.fingers_;
+    if (buffers.size() < fingerBytes * kMaxFingers)
+        buffers.resize(fingerBytes * kMaxFingers);
+    if (finger.height > image.height / kSplitRowBlock * kSplitRowBlock)
+        std::fill_n(buffers.begin(), fingerBytes * kMaxFingers, 0);
+    kovral_finger found[kMaxFingers] = {};
+    for (int i = 0; i < kMaxFingers; i++)
+        found[i].image = buffers.data() + fingerBytes * i;
+    if (work_.splitter_ == nullptr)
+        work_.splitter_ = kovral_splitter_new(KOVRAL_MAX_WIDTH, KOVRAL_MAX_HEIGHT);
 
     summary.input = input.path.empty() ? kSampleInput : input.path;
     summary.fingerWidth = finger.width;
     summary.fingerHeight = finger.height;
-    summary.result = KOVRAL_DoSplit(image.pixels.data(), image.width, image.height, nullptr, finger.width,
-                                    finger.height, &summary.count, info);
+    const kovral_split_options request{finger.width, finger.height, KOVRAL_LOCATOR_EXACT};
+    summary.result = work_.splitter_ == nullptr
+                         ? KOVRAL_ENOMEM
+                         : kovral_split(work_.splitter_, image.pixels.data(), image.width, image.height, &request,
+                                        found, &summary.count, nullptr);
     bool split = summary.result == KOVRAL_OK;
+    for (int i = 0; split && i < std::min(summary.count, kMaxFingers); i++)
+        summary.fingers[i] = {found[i].x, found[i].y, found[i].angle, static_cast<uint8_t>(found[i].quality),
+                              found[i].image};
+    if (split && summary.count == kMaxFingers)
+        summary.judgement = kovral_judge_hand(found, summary.count);
     if (split)
-    {
-        std::copy_n(info, std::min(summary.count, kMaxFingers), summary.fingers);
-        if (summary.count == kMaxFingers)
-            summary.judgement = KOVRAL_JudegeFingers(summary.count, info);
-        PlaceFingers(summary.placement, info, std::min(summary.count, kMaxFingers), finger.width, finger.height,
-                     summary.judgement);
-    }
+        PlaceFingers(summary.placement, summary.fingers, std::min(summary.count, kMaxFingers), finger.width,
+                     finger.height, summary.judgement);
 
     // Every output to a temporary; the summary last, as it marks a complete set.
     OutputSet outputs(replace, options_.sync, inputs_);
     std::set<std::string> written;
     std::string& error = outcome.message;
-    auto stage = [&](const std::string& path, const std::vector<uint8_t>& bytes) {
+    auto stage = [&](const std::string& path, std::span<const uint8_t> bytes) {
         if (bytes.empty())
         {
             error = "cannot encode " + path + ": out of memory";
@@ -151,10 +184,12 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
     for (int i = 0; split && i < summary.count; i++)
     {
         std::string path = FingerPath(options_, input.name, i + 1, FileFingerPosition(summary.placement, i));
-        GrayImage fingerImage{finger.width, finger.height,
-                              std::vector<uint8_t>(info[i].pFpImg, info[i].pFpImg + fingerBytes)};
-        if (!stage(path, options_.format == FingerFormat::Png ? kovral_io::EncodeGrayPng(fingerImage)
-                                                              : kovral_io::EncodeGrayBmp(fingerImage)))
+        // Encoded from the split's buffer; each file is written whole, at once.
+        if (options_.format == FingerFormat::Png)
+            work_.encoded_ = kovral_io::EncodeGrayPng(found[i].image, finger.width, finger.height);
+        else
+            kovral_io::EncodeGrayBmp(found[i].image, finger.width, finger.height, work_.encoded_);
+        if (!stage(path, work_.encoded_))
             return outcome;
         summary.fingerFiles.push_back(FileName(path));
     }
@@ -162,7 +197,7 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
     {
         std::vector<FingerMark> marks;
         for (int i = 0; split && i < summary.count; i++)
-            marks.push_back({info[i].x, info[i].y, info[i].angle, i + 1});
+            marks.push_back({found[i].x, found[i].y, found[i].angle, i + 1});
         RgbImage overlay = DrawOverlay(image, marks, finger.width, finger.height);
         if (!stage(OverlayPath(options_, input.name),
                    kovral_io::EncodeRgbPng(overlay.pixels.data(), overlay.width, overlay.height)))
@@ -170,7 +205,7 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
     }
     const std::string summaryPath = SummaryPath(options_, input.name);
     const std::string text = SummaryText(summary);
-    if (!stage(summaryPath, std::vector<uint8_t>(text.begin(), text.end())))
+    if (!stage(summaryPath, std::span(reinterpret_cast<const uint8_t*>(text.data()), text.size())))
         return outcome;
     for (const std::string& path : PossibleOutputs(options_, input.name))
         if (!written.count(path))

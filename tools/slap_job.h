@@ -10,17 +10,43 @@
 #include "slap_sources.h"
 #include "worker_pool.h"
 
+#include <kovral.h>
+
+#include <memory>
 #include <set>
+#include <vector>
 
 namespace kovral_tool {
 
-// Holds the library initialised for the largest slap; one per process.
+// What a worker keeps from slap to slap, so that after its first slap a
+// split allocates and clears nothing: the splitter, the finger buffers, the
+// reader's memory and the encoded finger file. One thread at a time.
+class SplitWorkspace
+{
+public:
+    SplitWorkspace() = default;
+    ~SplitWorkspace();
+    SplitWorkspace(const SplitWorkspace&) = delete;
+    SplitWorkspace& operator=(const SplitWorkspace&) = delete;
+
+private:
+    friend class SlapSplitter;
+    kovral_splitter* splitter_ = nullptr;   // made at the first split, for the largest slap
+    std::vector<uint8_t> fingers_;          // the four finger buffers, one after the other
+    kovral_io::ImageFileReader reader_;
+    GrayImage sample_;                      // the bundled sample, decoded
+    GrayImage slap_;                        // a slap of a fingerprint file, decoded
+    GrayImage prepared_;                    // a slap resampled or cut to the limits
+    std::vector<uint8_t> encoded_;
+};
+
+// Splits slaps and writes their outputs; one per worker.
 class SlapSplitter
 {
 public:
-    // inputs: the files of the run, never replaced by an output.
-    SlapSplitter(const Options& options, const std::set<FileIdentity>& inputs);
-    ~SlapSplitter();
+    // inputs: the files of the run, never replaced by an output. workspace:
+    // the memory of the splits, the splitter's own when not given.
+    SlapSplitter(const Options& options, const std::set<FileIdentity>& inputs, SplitWorkspace* workspace = nullptr);
     SlapSplitter(const SlapSplitter&) = delete;
     SlapSplitter& operator=(const SlapSplitter&) = delete;
 
@@ -35,10 +61,14 @@ public:
     TaskOutcome Split(const InputFile& input);
 
 private:
-    bool Decode(const InputFile& input, SlapSource& source, GrayImage& image, std::string& error) const;
+    // The slap of input as read, in the workspace's memory until the next
+    // Decode; null with error on failure.
+    const GrayImage* Decode(const InputFile& input, SlapSource& source, std::string& error);
 
     const Options& options_;
     const std::set<FileIdentity>& inputs_;
+    std::unique_ptr<SplitWorkspace> own_;
+    SplitWorkspace& work_;
 };
 
 } // namespace kovral_tool

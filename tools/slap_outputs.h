@@ -26,7 +26,7 @@ struct SlapSummary
     int height = 0;
     int fingerWidth = 0;
     int fingerHeight = 0;
-    int result = 0;                 // KOVRAL_DoSplit's result code
+    int result = 0;                 // the split's result code (as KOVRAL_DoSplit's)
     int count = 0;
     KOVRAL_INFO_ fingers[kMaxFingers] = {};
     std::vector<std::string> fingerFiles;   // file names beside the summary, left to right

@@ -185,10 +185,7 @@ bool ReadSlap(const InputFile& input, const Options& options, SlapSource& source
     if (kovral_io::IsFingerprintFile(bytes.data(), bytes.size()))
         return ReadFingerprintSlap(bytes, input, source, image, error);
 
-    // Any size is read: the split's limits are applied after resampling.
-    kovral_io::ReadOptions read;
-    read.rawSize = options.rawSize;
-    kovral_io::ReadResult result = kovral_io::ReadImage(bytes, read);
+    kovral_io::ReadResult result = kovral_io::ReadImage(bytes, ImageReadOptions(options));
     if (!result.ok)
     {
         error = result.reason;
@@ -196,12 +193,25 @@ bool ReadSlap(const InputFile& input, const Options& options, SlapSource& source
             error += " (raw files need --size WxH)";
         return false;
     }
+    NoteImageSource(result, source);
+    image = std::move(result.image);
+    return true;
+}
+
+kovral_io::ReadOptions ImageReadOptions(const Options& options)
+{
+    // Any size is read: the split's limits are applied after resampling.
+    kovral_io::ReadOptions read;
+    read.rawSize = options.rawSize;
+    return read;
+}
+
+void NoteImageSource(const kovral_io::ReadResult& result, SlapSource& source)
+{
     source.format = result.format;
     source.statedPpi = result.ppi;
     if (result.ppi > 0)
         source.ppiSource = "the " + result.format + " header";
-    image = std::move(result.image);
-    return true;
 }
 
 bool PrepareSlap(const GrayImage& image, const SlapSource& source, const Options& options,
@@ -218,7 +228,7 @@ bool PrepareSlap(const GrayImage& image, const SlapSource& source, const Options
     prepared = kovral_io::PrepareForSplit(image.pixels.data(), image.width, image.height, source.statedPpi, mode,
                                           options.ppi, options.fitScale ? kovral_io::FitMode::Scale
                                                                         : kovral_io::FitMode::Refuse,
-                                          limits);
+                                          limits, kovral_io::PixelCopy::WhenChanged);
     if (!prepared.ok)
         error = prepared.reason;
     return prepared.ok;

@@ -48,8 +48,13 @@ void ExpandTransactionFiles(std::vector<InputFile>& inputs, kovral_io::RecordSel
 bool ReadSlap(const InputFile& input, const Options& options, SlapSource& source, GrayImage& image,
               std::string& error);
 
+// How ReadSlap reads image files, and what it notes of one read.
+kovral_io::ReadOptions ImageReadOptions(const Options& options);
+void NoteImageSource(const kovral_io::ReadResult& result, SlapSource& source);
+
 // The slap at 500 ppi within the split's limits, as options ask (see
-// kovral_io::PrepareForSplit); false with error naming the limit.
+// kovral_io::PrepareForSplit); false with error naming the limit. The
+// prepared pixels stay empty when the slap needs no change: split image then.
 bool PrepareSlap(const GrayImage& image, const SlapSource& source, const Options& options,
                  kovral_io::SplitPreparation& prepared, std::string& error);
 

@@ -189,13 +189,22 @@ void BmpDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
 
 std::vector<uint8_t> EncodeGrayBmp(const GrayImage& image)
 {
+    std::vector<uint8_t> bytes;
+    EncodeGrayBmp(image.pixels.data(), image.width, image.height, bytes);
+    return bytes;
+}
+
+void EncodeGrayBmp(const uint8_t* pixels, int width, int height, std::vector<uint8_t>& bytes)
+{
     constexpr size_t kPaletteBytes = 4 * kPaletteEntries;
     constexpr size_t kPixelsAt = kFileHeaderSize + kInfoHeaderSize + kPaletteBytes;
-    const size_t w = static_cast<size_t>(image.width);
-    const size_t h = static_cast<size_t>(image.height);
+    const size_t w = static_cast<size_t>(width);
+    const size_t h = static_cast<size_t>(height);
     const size_t stride = (w + 3) & ~size_t{3};
-    std::vector<uint8_t> bytes(kPixelsAt + stride * h, 0);
+    // Every byte is written below: the headers cleared first, each row's padding after it.
+    bytes.resize(kPixelsAt + stride * h);
     uint8_t* d = bytes.data();
+    std::memset(d, 0, kPixelsAt);
     d[0] = 'B';
     d[1] = 'M';
     Put32(d + 2, static_cast<uint32_t>(bytes.size()));
@@ -211,8 +220,11 @@ std::vector<uint8_t> EncodeGrayBmp(const GrayImage& image)
     for (int i = 0; i < kPaletteEntries; i++)
         std::memset(palette + 4 * i, i, 3);
     for (size_t y = 0; y < h; y++)
-        std::memcpy(d + kPixelsAt + stride * (h - 1 - y), image.pixels.data() + w * y, w);
-    return bytes;
+    {
+        uint8_t* row = d + kPixelsAt + stride * (h - 1 - y);
+        std::memcpy(row, pixels + w * y, w);
+        std::memset(row + w, 0, stride - w);
+    }
 }
 
 } // namespace kovral_io

@@ -97,16 +97,26 @@ void PnmDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
                         + std::to_string(needed) + " bytes";
         return;
     }
-    AllocateImage(static_cast<int>(width), static_cast<int>(height), result);
+    // In place, pixel i is read from beyond i before i is written, and the
+    // memory is cut to the image's size only then.
+    const bool inPlace = InImage(bytes, result);
+    if (!inPlace)
+        AllocateImage(static_cast<int>(width), static_cast<int>(height), result);
     const uint8_t* p = bytes.data() + pos;
     const uint32_t max = static_cast<uint32_t>(maxValue);
     auto sample = [&](size_t i) {
         uint32_t v = sampleBytes == 2 ? static_cast<uint32_t>(p[2 * i] << 8 | p[2 * i + 1]) : p[i];
         return max == 255 ? static_cast<uint8_t>(v) : ScaleSample(v, max);
     };
-    std::vector<uint8_t>& out = result.image.pixels;
-    for (size_t i = 0; i < out.size(); i++)
-        out[i] = colour ? GrayOf(sample(3 * i), sample(3 * i + 1), sample(3 * i + 2)) : sample(i);
+    uint8_t* out = result.image.pixels.data();
+    const size_t count = static_cast<size_t>(width * height);
+    if (!colour && sampleBytes == 1 && max == 255)
+        std::memmove(out, p, count);
+    else
+        for (size_t i = 0; i < count; i++)
+            out[i] = colour ? GrayOf(sample(3 * i), sample(3 * i + 1), sample(3 * i + 2)) : sample(i);
+    if (inPlace)
+        AllocateImage(static_cast<int>(width), static_cast<int>(height), result);
     result.ok = true;
 }
 

@@ -104,8 +104,18 @@ void PngDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
                                                                                                      : SPNG_FMT_RGBA8;
     size_t size = 0;
     error = spng_decoded_image_size(ctx.get(), format, &size);
+    const int w = static_cast<int>(ihdr.width);
+    const int h = static_cast<int>(ihdr.height);
+    // 8-bit gray decodes straight into the image, the rest through a buffer.
     std::vector<uint8_t> decoded;
-    if (error == 0)
+    if (error == 0 && format == SPNG_FMT_G8)
+    {
+        AllocateImage(w, h, result);
+        error = size == result.image.pixels.size()
+                    ? spng_decode_image(ctx.get(), result.image.pixels.data(), size, format, 0)
+                    : SPNG_EINTERNAL;
+    }
+    else if (error == 0)
     {
         decoded.resize(size);
         error = spng_decode_image(ctx.get(), decoded.data(), size, format, 0);
@@ -116,14 +126,15 @@ void PngDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
         return;
     }
 
-    const int w = static_cast<int>(ihdr.width);
-    const int h = static_cast<int>(ihdr.height);
+    if (format == SPNG_FMT_G8)
+    {
+        result.ok = true;
+        return;
+    }
     AllocateImage(w, h, result);
     std::vector<uint8_t>& out = result.image.pixels;
     const size_t pixels = out.size();
-    if (format == SPNG_FMT_G8)
-        std::memcpy(out.data(), decoded.data(), pixels);
-    else if (format == SPNG_FMT_GA16)
+    if (format == SPNG_FMT_GA16)
         for (size_t i = 0; i < pixels; i++)
         {
             uint16_t value;
@@ -140,7 +151,12 @@ void PngDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
 
 std::vector<uint8_t> EncodeGrayPng(const GrayImage& image)
 {
-    return Encode(image.pixels.data(), image.width, image.height, SPNG_COLOR_TYPE_GRAYSCALE, 1);
+    return EncodeGrayPng(image.pixels.data(), image.width, image.height);
+}
+
+std::vector<uint8_t> EncodeGrayPng(const uint8_t* pixels, int width, int height)
+{
+    return Encode(pixels, width, height, SPNG_COLOR_TYPE_GRAYSCALE, 1);
 }
 
 std::vector<uint8_t> EncodeRgbPng(const uint8_t* rgb, int width, int height)

@@ -266,7 +266,7 @@ std::string SizeText(int w, int h) { return std::to_string(w) + " x " + std::to_
 } // namespace
 
 SplitPreparation PrepareForSplit(const uint8_t* pixels, int width, int height, double statedPpi, PpiMode mode,
-                                 double givenPpi, FitMode fit, const SplitLimits& limits)
+                                 double givenPpi, FitMode fit, const SplitLimits& limits, PixelCopy copy)
 {
     SplitPreparation p;
     p.measured = MeasureResolution(pixels, width, height);
@@ -335,10 +335,12 @@ SplitPreparation PrepareForSplit(const uint8_t* pixels, int width, int height, d
     p.cropTop = excessY / 2, p.cropBottom = excessY - excessY / 2;
     p.width = rw - excessX;
     p.height = rh - excessY;
+    p.ok = true;
+    if (copy == PixelCopy::WhenChanged && factor == 1.0 && excessX == 0 && excessY == 0)
+        return p;
     p.pixels.resize(size_t(p.width) * p.height);
     for (int y = 0; y < p.height; y++)
         std::copy_n(src + size_t(y + p.cropTop) * rw + p.cropLeft, p.width, p.pixels.begin() + size_t(y) * p.width);
-    p.ok = true;
     return p;
 }
 

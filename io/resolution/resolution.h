@@ -135,8 +135,16 @@ bool FingerBoxInSource(const SplitPreparation& prepared, int fingerWidth, int fi
 // it is off by more than kPpiTolerance, then cuts or scales to the limits.
 // Warns when the measured resolution and the stated or the given one
 // disagree by more than kPpiDisagreement.
+// With PixelCopy::WhenChanged, the pixels stay empty when the image needs
+// neither resampling nor cutting: the caller splits the original.
+enum class PixelCopy
+{
+    Always,
+    WhenChanged
+};
 SplitPreparation PrepareForSplit(const uint8_t* pixels, int width, int height, double statedPpi, PpiMode mode,
-                                 double givenPpi, FitMode fit, const SplitLimits& limits = {});
+                                 double givenPpi, FitMode fit, const SplitLimits& limits = {},
+                                 PixelCopy copy = PixelCopy::Always);
 
 } // namespace kovral_io
 

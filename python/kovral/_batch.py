@@ -14,18 +14,19 @@ def failure(path, name, reason):
 def split_one(path, name, options):
     """Splits one slap file and writes its outputs; returns its record.
 
-    A success carries the slap's summary (the contents of NAME.json); a
-    failure carries the reason. Nothing raised here is lost: it becomes a
+    A success carries the slap's summary (the contents of NAME.json) and
+    whether it was skipped (its outputs were there); a failure carries the
+    reason. Nothing raised here is lost: it becomes a
     failure record.
     """
     try:
-        ok, fingers, message = _kovral._split_file(path, name, options)
+        ok, fingers, message, skipped = _kovral._split_file(path, name, options)
         if not ok:
             return failure(path, name, message)
         with open(_kovral._summary_path(name, options), encoding="utf-8") as f:
             summary = json.load(f)
         return {"input": path, "name": name, "ok": True, "fingers": fingers, "message": message,
-                "summary": summary}
+                "skipped": skipped, "summary": summary}
     except Exception as e:  # a record, never a lost batch
         return failure(path, name, f"{type(e).__name__}: {e}")
 

@@ -59,7 +59,7 @@ def _connect(client, workers):
         raise TypeError(f"client must be a distributed.Client, a scheduler address or None, not {type(client).__name__}")
 
 
-def _options(out_dir, finger_size, format, overlay, force, size):
+def _options(out_dir, finger_size, format, overlay, force, size, skip_existing, sync):
     options = _kovral._BatchOptions()
     options.out_dir = os.fspath(out_dir)
     options.finger_size = None if finger_size is None else tuple(finger_size)
@@ -67,12 +67,15 @@ def _options(out_dir, finger_size, format, overlay, force, size):
     options.overlay = overlay
     options.force = force
     options.raw_size = None if size is None else tuple(size)
+    options.skip_existing = skip_existing
+    options.sync = sync
     _kovral._check_batch_options(options)
     return options
 
 
 def split_files(paths, out_dir="kovral-out", client=None, finger_size=None, *, recursive=False, format="bmp",
-                overlay=False, force=False, size=None, workers=None, on_record=None):
+                overlay=False, force=False, skip_existing=False, sync=False, size=None, workers=None,
+                on_record=None):
     """Splits slap image files on a Dask cluster; returns one record per slap.
 
     paths: files and directories (a directory gives its image files; with
@@ -87,15 +90,28 @@ def split_files(paths, out_dir="kovral-out", client=None, finger_size=None, *, r
         reduced to a smaller image.
     size: (width, height) of headerless 8-bit input files.
     force: replace outputs that exist (otherwise such a slap fails).
+    skip_existing: leave a slap whose outputs are all there (a resumed batch).
+    sync: flush every output to the disk before it counts as written.
     on_record: called in this process with each record as it arrives.
 
     Records are dicts in input order: "input", "name", "ok", "fingers", and
-    "message" and "summary" (the contents of NAME.json) for a success or
-    "error" (the reason) for a failure.
+    "message", "skipped" and "summary" (the contents of NAME.json) for a
+    success or "error" (the reason) for a failure.
+
+    While the batch runs it holds kovral-split's lock on out_dir: a batch of
+    either kind into a folder in use is refused (ValueError).
     """
     if isinstance(paths, (str, os.PathLike)):
         paths = [paths]
-    options = _options(out_dir, finger_size, format, overlay, force, size)
+    options = _options(out_dir, finger_size, format, overlay, force, size, skip_existing, sync)
+    lock = _kovral._lock_output_folder(options.out_dir)
+    try:
+        return _split_locked(paths, options, client, recursive, workers, on_record)
+    finally:
+        os.close(lock)
+
+
+def _split_locked(paths, options, client, recursive, workers, on_record):
     inputs = _kovral._collect_inputs([os.fspath(p) for p in paths], recursive)
     records = [None] * len(inputs)
 
@@ -156,20 +172,22 @@ def main(argv=None):
     parser.add_argument("--size", type=_pixel_size, metavar="WxH", help="size of headerless 8-bit files")
     parser.add_argument("--overlay", action="store_true", help="also write NAME_overlay.png")
     parser.add_argument("--force", action="store_true", help="replace outputs that exist")
+    parser.add_argument("--skip-existing", action="store_true", help="leave slaps whose outputs are all there")
+    parser.add_argument("--sync", action="store_true", help="flush every output to the disk as it is written")
     parser.add_argument("-q", "--quiet", action="store_true", help="only errors and the summary line")
     args = parser.parse_args(argv)
 
     inputs = _kovral._collect_inputs(args.inputs, args.recursive)
-    progress = _kovral._Progress(len(inputs), args.quiet)
+    progress = _kovral._Progress(len(inputs), args.quiet, "kovral.dask")
 
     def report(record):
         progress.done(record["input"], record["ok"], record["fingers"],
-                      record["message"] if record["ok"] else record["error"])
+                      record["message"] if record["ok"] else record["error"], record.get("skipped", False))
 
     try:
         split_files(args.inputs, args.out_dir, args.scheduler, args.finger_size, recursive=args.recursive,
-                    format=args.format, overlay=args.overlay, force=args.force, size=args.size,
-                    workers=args.workers, on_record=report)
+                    format=args.format, overlay=args.overlay, force=args.force, skip_existing=args.skip_existing,
+                    sync=args.sync, size=args.size, workers=args.workers, on_record=report)
     except (OSError, ValueError, TypeError) as e:
         progress.finish()
         print(f"kovral.dask: {e}", file=sys.stderr)

@@ -4,6 +4,7 @@
 #include <image_decoding.h>
 #include <input_files.h>
 #include <progress_display.h>
+#include <run_lock.h>
 #include <slap_job.h>
 #include <slap_outputs.h>
 
@@ -11,7 +12,7 @@
 #include <pybind11/numpy.h>
 #include <pybind11/stl.h>
 
-#include <mutex>
+#include <set>
 #include <optional>
 #include <string>
 #include <utility>
@@ -150,6 +151,8 @@ struct BatchOptions
     bool overlay = false;
     bool force = false;
     std::optional<SizePair> rawSize;
+    bool skipExisting = false;
+    bool sync = false;
 };
 
 kovral_tool::Options ToolOptions(const BatchOptions& batch)
@@ -162,33 +165,29 @@ kovral_tool::Options ToolOptions(const BatchOptions& batch)
         throw py::value_error("format '" + batch.format + "' is not one of 'bmp', 'png'");
     options.overlay = batch.overlay;
     options.force = batch.force;
+    options.skipExisting = batch.skipExisting;
+    options.sync = batch.sync;
     options.rawSize = ToPixelSize(batch.rawSize, "size");
     options.fingerSize = ToPixelSize(batch.fingerSize, "finger size");
     return options;
 }
 
-// The tool's splitter holds the library's one default state: one slap at a
-// time per process, whatever threads the caller runs.
-std::mutex& ToolLock()
-{
-    static std::mutex* lock = new std::mutex;
-    return *lock;
-}
-
 // Splits one slap file and writes its outputs exactly as kovral-split does.
-// Returns (ok, fingers, message): message is what was written or the reason.
+// Each thread keeps its own splitter and buffers, so that threads (and Dask
+// workers with several) split at the same time. Returns (ok, fingers,
+// message, skipped): message is what was written or the reason.
 py::tuple SplitFile(const std::string& path, const std::string& name, const BatchOptions& batch)
 {
     kovral_tool::Options options = ToolOptions(batch);
     kovral_tool::TaskOutcome outcome;
     {
         py::gil_scoped_release released;
-        std::lock_guard<std::mutex> guard(ToolLock());
+        thread_local kovral_tool::SplitWorkspace workspace;
         const kovral_tool::InputFile input{path, name, ""};
-        kovral_tool::SlapSplitter splitter(options, kovral_tool::InputIdentities({input}));
-        outcome = splitter.Split(input);
+        const std::set<kovral_tool::FileIdentity> inputs = kovral_tool::InputIdentities({input});
+        outcome = kovral_tool::SlapSplitter(options, inputs, &workspace).Split(input);
     }
-    return py::make_tuple(outcome.ok, outcome.fingers, outcome.message);
+    return py::make_tuple(outcome.ok, outcome.fingers, outcome.message, outcome.skipped);
 }
 
 } // namespace
@@ -232,14 +231,17 @@ void RegisterFiles(py::module_& m)
         .def_readwrite("overlay", &BatchOptions::overlay)
         .def_readwrite("force", &BatchOptions::force)
         .def_readwrite("raw_size", &BatchOptions::rawSize)
+        .def_readwrite("skip_existing", &BatchOptions::skipExisting)
+        .def_readwrite("sync", &BatchOptions::sync)
         .def(py::pickle(
             [](const BatchOptions& o) {
-                return py::make_tuple(o.outDir, o.fingerSize, o.format, o.overlay, o.force, o.rawSize);
+                return py::make_tuple(o.outDir, o.fingerSize, o.format, o.overlay, o.force, o.rawSize,
+                                      o.skipExisting, o.sync);
             },
             [](const py::tuple& t) {
                 return BatchOptions{t[0].cast<std::string>(), t[1].cast<std::optional<SizePair>>(),
                                     t[2].cast<std::string>(), t[3].cast<bool>(), t[4].cast<bool>(),
-                                    t[5].cast<std::optional<SizePair>>()};
+                                    t[5].cast<std::optional<SizePair>>(), t[6].cast<bool>(), t[7].cast<bool>()};
             }));
 
     m.def("_check_batch_options", [](const BatchOptions& batch) { ToolOptions(batch); });
@@ -275,14 +277,26 @@ void RegisterFiles(py::module_& m)
         py::arg("paths"), py::arg("recursive"),
         "(path, output name, error) of every slap file that kovral-split finds in paths.");
 
+    m.def(
+        "_lock_output_folder",
+        [](const std::string& outDir) {
+            std::string error;
+            const int fd = kovral_tool::TakeOutputFolderLock(outDir, error);
+            if (fd < 0)
+                throw py::value_error(error);
+            return fd;
+        },
+        py::arg("out_dir"),
+        "Takes kovral-split's lock on out_dir (created if missing): the descriptor, to be closed with os.close "
+        "when the batch ends. Raises ValueError when another run holds it.");
+
     py::class_<kovral_tool::Progress>(m, "_Progress")
-        .def(py::init<size_t, bool>(), py::arg("total"), py::arg("quiet"))
+        .def(py::init<size_t, bool, std::string>(), py::arg("total"), py::arg("quiet"), py::arg("program"))
         .def(
             "done",
-            [](kovral_tool::Progress& p, const std::string& input, bool ok, int fingers, const std::string& message) {
-                p.Done(input, {ok, fingers, message});
-            },
-            py::arg("input"), py::arg("ok"), py::arg("fingers"), py::arg("message"))
+            [](kovral_tool::Progress& p, const std::string& input, bool ok, int fingers, const std::string& message,
+               bool skipped) { p.Done(input, {ok, fingers, message, skipped}); },
+            py::arg("input"), py::arg("ok"), py::arg("fingers"), py::arg("message"), py::arg("skipped") = false)
         .def("tick", &kovral_tool::Progress::Tick)
         .def("finish", &kovral_tool::Progress::Finish)
         .def("summary", &kovral_tool::Progress::Summary)

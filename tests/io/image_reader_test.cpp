@@ -256,6 +256,66 @@ TEST(ImageReader, FilesOfEveryKind)
     EXPECT_EQ(error, (dir / "no-such-dir/x.png").string() + ": cannot create: No such file or directory");
 }
 
+// One reader through a run of files gives for each what a fresh read of its
+// bytes gives: memory left by a larger, a smaller or a failed image never
+// shows, and PGM and raw files decoded where they were read equal decoding
+// from a copy.
+TEST(ImageReader, ReaderReusingItsMemoryGivesFreshResults)
+{
+    const fs::path dir = fs::path(KOVRAL_IO_TEST_DIR) / "reuse";
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    const GrayImage big = Pattern(640, 480), small = Pattern(301, 200);
+    Bytes scaled;   // 8-bit samples of 0..100, scaled up
+    for (uint8_t v : small.pixels)
+        scaled.push_back(v % 101);
+    // The file, its bytes ("missing" is never written), the raw size the read allows.
+    const std::tuple<std::string, Bytes, std::optional<PixelSize>> rows[] = {
+        {"big.pgm", kovral_io::EncodeGrayPgm(big), {}},                 // memory for the rest
+        {"small.png", kovral_io::EncodeGrayPng(small), {}},             // decoded from the other buffer
+        {"small.pgm", kovral_io::EncodeGrayPgm(small), {}},             // in place, in larger memory
+        {"big.raw", big.pixels, PixelSize{640, 480}},                   // raw in place
+        {"ppm16.ppm", Ppm16(small), {}},                                // colour, two bytes a sample, in place
+        {"scaled.pgm", Concat("P5\n301 200\n100\n", scaled), {}},     // scaled samples, in place
+        {"cut.pgm", Cut(kovral_io::EncodeGrayPgm(big), 1), {}},         // truncated: refused
+        {"big-again.pgm", kovral_io::EncodeGrayPgm(big), {}},           // memory kept through the failure
+        {"rgb.png", RgbPng(big), {}},
+        {"small.bmp", kovral_io::EncodeGrayBmp(small), {}},
+        {"small.jpg", kovral_io::EncodeGrayJpeg(small, 90), {}},
+        {"missing", {}, {}},                                            // cannot open
+        {"empty.pgm", Bytes{}, {}},
+        {"odd.raw", Bytes(1000, 7), PixelSize{640, 480}},               // wrong size for raw
+        {"last.pgm", kovral_io::EncodeGrayPgm(small), {}},
+    };
+    kovral_io::ImageFileReader reader;
+    for (const auto& [name, bytes, rawSize] : rows)
+    {
+        const std::string path = (dir / name).string();
+        std::string error;
+        if (name != "missing")
+        {
+            ASSERT_TRUE(kovral_io::WriteFile(path, bytes, error)) << error;
+        }
+        ReadOptions options;
+        options.rawSize = rawSize;
+        const kovral_io::ReadResult& got = reader.Read(path, options);
+        const kovral_io::ReadResult want = kovral_io::ReadImageFile(path, options);
+        EXPECT_EQ(got.ok, want.ok) << name;
+        EXPECT_EQ(got.format, want.format) << name;
+        EXPECT_EQ(got.reason, want.reason) << name;
+        EXPECT_EQ(got.source, path) << name;
+        EXPECT_EQ(got.image.width, want.image.width) << name;
+        EXPECT_EQ(got.image.height, want.image.height) << name;
+        EXPECT_TRUE(got.image.pixels == want.image.pixels) << name;
+        if (name != "missing")
+        {
+            const kovral_io::ReadResult copy = kovral_io::ReadImage(bytes, options);
+            EXPECT_EQ(got.ok, copy.ok) << name;
+            EXPECT_TRUE(got.image.pixels == copy.image.pixels) << name;
+        }
+    }
+}
+
 // The BMP writer gives the library's own bytes, for every row padding.
 TEST(ImageWriters, BmpIsTheLibrarysBmp)
 {
