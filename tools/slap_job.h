@@ -8,6 +8,8 @@
 #include "input_files.h"
 #include "worker_pool.h"
 
+#include <kovral.h>
+
 namespace kovral_tool {
 
 // Holds the library initialised for the largest slap; one per process.
@@ -29,6 +31,7 @@ private:
     bool Decode(const InputFile& input, GrayImage& image, std::string& error) const;
 
     const Options& options_;
+    kovral_splitter* splitter_ = nullptr; // the accurate locator's, made at the first accurate split
 };
 
 } // namespace kovral_tool

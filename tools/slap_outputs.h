@@ -30,6 +30,11 @@ struct SlapSummary
     KOVRAL_INFO_ fingers[kMaxFingers] = {};
     std::vector<std::string> fingerFiles;   // file names beside the summary, left to right
     int judgement = KOVRAL_EINVAL;  // KOVRAL_JudegeFingers on four fingers
+    // With the accurate locator: per finger confidence and flags, and the report.
+    bool accurate = false;
+    int confidence[kMaxFingers] = {};
+    uint32_t flags[kMaxFingers] = {};
+    kovral_slap_report report = {};
 };
 
 // Output paths of slap name in outDir.
