@@ -157,6 +157,11 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
     app.add_option("--finger-size", fingerSize,
                    "Finger image size (default 320x480, reduced to a smaller image's width or height)")
         ->type_name("WxH");
+    std::string locator = "exact";
+    app.add_option("--locator", locator,
+                   "How fingers are found: exact (as KOVRAL_DoSplit, default) or accurate (touching, faint and "
+                   "border fingers, no text or lines; adds confidence, flags, hand and deficiencies to the JSON)")
+        ->type_name("NAME")->check(CLI::IsMember({"exact", "accurate"}).description(""));
     app.add_flag("-q,--quiet", options.quiet, "Print only errors and the summary line");
     app.add_option("--report", options.report,
                    "Also write a review page of the batch: one HTML file with every slap's overlay, fingers, "
@@ -173,6 +178,7 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
         return std::nullopt;
     }
 
+    options.accurate = locator == "accurate";
     options.format = format == "png" ? FingerFormat::Png : FingerFormat::Bmp;
     if (options.force && options.skipExisting)
     {

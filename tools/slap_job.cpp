@@ -51,6 +51,7 @@ SlapSplitter::SlapSplitter(const Options& options, const std::set<FileIdentity>&
 SlapSplitter::~SlapSplitter()
 {
     KOVRAL_Uninit();
+    kovral_splitter_free(splitter_);
 }
 
 bool SlapSplitter::Decode(const InputFile& input, GrayImage& image, std::string& error) const
@@ -118,8 +119,32 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
     summary.height = image.height;
     summary.fingerWidth = finger.width;
     summary.fingerHeight = finger.height;
-    summary.result = KOVRAL_DoSplit(image.pixels.data(), image.width, image.height, nullptr, finger.width,
-                                    finger.height, &summary.count, info);
+    if (options_.accurate)
+    {
+        if (splitter_ == nullptr)
+            splitter_ = kovral_splitter_new(KOVRAL_MAX_WIDTH, KOVRAL_MAX_HEIGHT);
+        kovral_finger found[KOVRAL_MAX_FINGERS] = {};
+        for (int i = 0; i < KOVRAL_MAX_FINGERS; i++)
+            found[i].image = info[i].pFpImg;
+        const kovral_split_options split{finger.width, finger.height, KOVRAL_LOCATOR_ACCURATE};
+        summary.accurate = true;
+        summary.result = splitter_ == nullptr ? KOVRAL_ENOMEM
+                                              : kovral_split(splitter_, image.pixels.data(), image.width,
+                                                             image.height, &split, found, &summary.count,
+                                                             &summary.report);
+        for (int i = 0; summary.result == KOVRAL_OK && i < summary.count; i++)
+        {
+            info[i].x = found[i].x;
+            info[i].y = found[i].y;
+            info[i].angle = found[i].angle;
+            info[i].quality = static_cast<uint8_t>(found[i].quality);
+            summary.confidence[i] = found[i].confidence;
+            summary.flags[i] = found[i].flags;
+        }
+    }
+    else
+        summary.result = KOVRAL_DoSplit(image.pixels.data(), image.width, image.height, nullptr, finger.width,
+                                        finger.height, &summary.count, info);
     bool split = summary.result == KOVRAL_OK;
     if (split)
     {

@@ -9,6 +9,8 @@
 #include "output_commit.h"
 #include "worker_pool.h"
 
+#include <kovral.h>
+
 #include <set>
 
 namespace kovral_tool {
@@ -37,6 +39,7 @@ private:
 
     const Options& options_;
     const std::set<FileIdentity>& inputs_;
+    kovral_splitter* splitter_ = nullptr; // the accurate locator's, made at the first accurate split
 };
 
 } // namespace kovral_tool

@@ -30,7 +30,19 @@ struct SlapSummary
     KOVRAL_INFO_ fingers[kMaxFingers] = {};
     std::vector<std::string> fingerFiles;   // file names beside the summary, left to right
     int judgement = KOVRAL_EINVAL;  // KOVRAL_JudegeFingers on four fingers
+    // With the accurate locator: per finger confidence and flags, and the report.
+    bool accurate = false;
+    int confidence[kMaxFingers] = {};
+    uint32_t flags[kMaxFingers] = {};
+    kovral_slap_report report = {};
+    // Finger position code of the slap's record (13 right four, 14 left four,
+    // 15 both thumbs; 0 none). Readers of record formats set it; with the
+    // accurate locator the JSON flags a hand seen in the image that differs.
+    int recordPosition = 0;
 };
+
+// KOVRAL_HAND_* of a slap finger position code (13, 14, 15), else KOVRAL_HAND_UNKNOWN.
+int HandOfPosition(int position);
 
 // Output paths of slap name in outDir.
 std::string FingerPath(const Options& options, const std::string& name, int position);

@@ -286,3 +286,15 @@ def test_help_explains_the_api():
         assert "Raises" in item.__doc__ or "hand layout" in item.__doc__
     stubs = os.path.join(os.path.dirname(kovral.__file__), "_kovral.pyi")
     assert os.path.exists(stubs)
+
+
+# The accurate locator through Python: the C API's fingers, with confidence.
+@pytest.mark.parametrize("width,height,tilt,finger_size", SLAPS[:3])
+def test_accurate_locator_same_as_the_c_api(width, height, tilt, finger_size):
+    image = reference.four_finger_hand(width, height, tilt)
+    result, expected = reference.c_split(image, *finger_size, locator=1)
+    assert result == 1 and len(expected) == 4
+    got = kovral.split(image, finger_size, locator="accurate")
+    assert as_records(got) == expected
+    assert as_records(kovral.Splitter((width, height)).split(image, finger_size, locator="accurate")) == expected
+    assert all(0 < f.confidence <= 100 for f in got)
