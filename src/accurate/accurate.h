@@ -50,6 +50,7 @@ struct CellMap
     std::vector<float> contrast; // standard deviation of gray in the window
     std::vector<float> dark;     // share of the window's gray range below its mean (0.5 for ridges)
     float noise = 0.0f;          // typical contrast of cells without ridges
+    std::vector<int> gxx, gyy, gxy; // gradient moments of each cell's own samples
 };
 
 // One connected piece of ridge cells.

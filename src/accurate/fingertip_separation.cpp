@@ -17,6 +17,9 @@ constexpr double AXIS_MAX_TILT = 55.0;    // degrees off upright that a vote may
 constexpr double AXIS_MAX_WIDTH = 1.5 * NOMINAL_WIDTH; // wider pieces hold several fingers or a thumb
 constexpr int SEARCH_TILT = 50;           // trial angles for pieces of touching fingers, either way
 constexpr int SEARCH_STEP = 2;
+constexpr double RIDGE_AXIS_COHERENCE = 0.15; // ridges this coherent over the pieces suggest an axis...
+constexpr double RIDGE_AXIS_RANGE = 25.0;     // ...and trial angles farther than this from it...
+constexpr double RIDGE_AXIS_PENALTY = 0.5;    // ...count this share of their valleys
 
 // Splitting: a piece at least this wide may hold several fingertips...
 constexpr double SPLIT_MIN_WIDTH = 1.3 * NOMINAL_WIDTH;
@@ -306,11 +309,25 @@ double HandAngle(const CellMap& map, const std::vector<Region>& regions)
     }
     // Only pieces too wide for one finger: the trial angle that shows the
     // deepest valleys between rounded tops; upright when none shows any.
+    // Seen at a slant, the staircase of a tilted hand shows deep false
+    // valleys; trial angles far from the one the ridges suggest (they run
+    // mostly across a finger) count less.
+    double gxx = 0, gyy = 0, gxy = 0;
+    for (const Region* r : wide)
+        for (int i : r->cells) {
+            gxx += map.gxx[static_cast<std::size_t>(i)];
+            gyy += map.gyy[static_cast<std::size_t>(i)];
+            gxy += map.gxy[static_cast<std::size_t>(i)];
+        }
+    const double coherence = gxx + gyy > 0.0 ? std::sqrt((gxx - gyy) * (gxx - gyy) + 4.0 * gxy * gxy) / (gxx + gyy) : 0.0;
+    const double ridgeAxis = std::fmod(-0.5 * std::atan2(2.0 * gxy, gxx - gyy) * 180.0 / PI + 180.0, 180.0);
     double best = 90.0, bestScore = 0.0;
     for (int a = 90 - SEARCH_TILT; a <= 90 + SEARCH_TILT; a += SEARCH_STEP) {
         double score = 0.0;
         for (const Region* r : wide)
             score += ValleyScore(r->cells, map.cw, a);
+        if (coherence >= RIDGE_AXIS_COHERENCE && std::fabs(a - ridgeAxis) > RIDGE_AXIS_RANGE)
+            score *= RIDGE_AXIS_PENALTY;
         if (score > bestScore || (score == bestScore && std::abs(a - 90) < std::fabs(best - 90.0))) {
             bestScore = score;
             best = a;
