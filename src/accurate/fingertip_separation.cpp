@@ -28,6 +28,10 @@ constexpr double SPLIT_MIN_DEPTH = 0.2 * NOMINAL_WIDTH;
 // leaving each side at least this wide.
 constexpr double SPLIT_MIN_PART = 0.45 * NOMINAL_WIDTH;
 constexpr int MAX_SPLIT_DEPTH = 3;
+// A part left this wide after splitting along the hand is tried again at its
+// own angle, up to this many degrees from the hand's.
+constexpr double RESPLIT_MIN_WIDTH = 1.6 * NOMINAL_WIDTH;
+constexpr int RESPLIT_TILT = 30;
 constexpr double VALLEY_CAP = 0.75 * NOMINAL_WIDTH; // deeper valleys count no more
 
 // Crease: looked for from this many widths below the top...
@@ -144,6 +148,18 @@ Profile TopValleys(const std::vector<int>& cells, int cw, const Frame& f)
         p.depth[k] = std::min(leftMax[k], rightMax[k]) - smooth[k];
     }
     return p;
+}
+
+// Extent of cells across the axis of frame f, pixels.
+double WidthAcross(const std::vector<int>& cells, int cw, const Frame& f)
+{
+    double umin = 1e18, umax = -1e18;
+    for (int i : cells) {
+        const double u = f.U(CellX(i, cw), CellY(i, cw));
+        umin = std::min(umin, u);
+        umax = std::max(umax, u);
+    }
+    return umax - umin + CELL;
 }
 
 // Splits cells at the deepest valley of their top profile, recursively.
@@ -322,7 +338,9 @@ double HandAngle(const CellMap& map, const std::vector<Region>& regions)
     const double coherence = gxx + gyy > 0.0 ? std::sqrt((gxx - gyy) * (gxx - gyy) + 4.0 * gxy * gxy) / (gxx + gyy) : 0.0;
     const double ridgeAxis = std::fmod(-0.5 * std::atan2(2.0 * gxy, gxx - gyy) * 180.0 / PI + 180.0, 180.0);
     double best = 90.0, bestScore = 0.0;
-    for (int a = 90 - SEARCH_TILT; a <= 90 + SEARCH_TILT; a += SEARCH_STEP) {
+    // Odd trial angles only: upright, the profile's bins line up with the
+    // cell columns, and the cell staircase of a slanted edge shows false valleys.
+    for (int a = 91 - SEARCH_TILT; a <= 89 + SEARCH_TILT; a += SEARCH_STEP) {
         double score = 0.0;
         for (const Region* r : wide)
             score += ValleyScore(r->cells, map.cw, a);
@@ -340,8 +358,38 @@ std::vector<Region> SeparateFingertips(const CellMap& map, const std::vector<Reg
 {
     const Frame f = MakeFrame(handAngle);
     std::vector<Region> pieces;
-    for (const Region& r : regions)
-        SplitTouching(map, f, r.cells, false, 0, pieces);
+    for (const Region& r : regions) {
+        std::vector<Region> parts;
+        SplitTouching(map, f, r.cells, false, 0, parts);
+        for (Region& part : parts) {
+            // Still two fingers wide: their own angle may differ from the
+            // hand's (a misjudged hand, a spread pair); split at the one that
+            // shows their valley best. Two fingers side by side lie along
+            // the hand (long) or across it (short); a piece whose axis is
+            // neither is one finger, e.g. a thumb, against a hand axis that
+            // is not its own.
+            double ownAngle, elongation, minor;
+            Axis(part.cells, map.cw, ownAngle, elongation, minor);
+            const double off = std::fabs(std::remainder(ownAngle - handAngle, 180.0));
+            const bool slanted = elongation >= AXIS_MIN_ELONGATION && off > RESPLIT_TILT && off < 90.0 - RESPLIT_TILT;
+            if (WidthAcross(part.cells, map.cw, f) < RESPLIT_MIN_WIDTH || slanted) {
+                pieces.push_back(std::move(part));
+                continue;
+            }
+            double best = handAngle, bestScore = 0.0;
+            for (int d = -RESPLIT_TILT; d <= RESPLIT_TILT; d += SEARCH_STEP) {
+                const double score = ValleyScore(part.cells, map.cw, handAngle + d);
+                if (score > bestScore) {
+                    bestScore = score;
+                    best = handAngle + d;
+                }
+            }
+            if (bestScore > 0.0)
+                SplitTouching(map, MakeFrame(best), part.cells, true, 0, pieces);
+            else
+                pieces.push_back(std::move(part));
+        }
+    }
     std::vector<Region> out;
     for (Region& p : pieces)
         CutAtCrease(map, f, p, out);

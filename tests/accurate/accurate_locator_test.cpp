@@ -146,6 +146,13 @@ TEST(Locate, FindsEveryFingertipAndTellsTheHand)
         // (the split line runs straight across the hand, so a fingertip may lose a strip of its side)
         {"touching", slapgen::FourFingerHand(1600, 1000, 0, true, 11, 0), 4, accurate::HAND_RIGHT,
          accurate::FLAG_TOUCHING, 70, 12},
+        // Regression (tilted touching hand read as upright): every fingertip
+        // touches its neighbour and the hand leans far; seen upright, the
+        // staircase of the slanted fingers looked like deeper valleys.
+        {"touching leaning right", slapgen::FourFingerHand(1600, 1500, -33, true, 1032, 0), 4, accurate::HAND_RIGHT,
+         accurate::FLAG_TOUCHING, 70, 12},
+        {"touching leaning left", slapgen::FourFingerHand(1600, 1500, 30, false, 21, 0), 4, accurate::HAND_LEFT,
+         accurate::FLAG_TOUCHING, 70, 12},
     };
     for (const SlapCase& c : cases) {
         const slapgen::Slap slap = slapgen::Generate(c.plan);
