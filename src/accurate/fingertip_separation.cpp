@@ -32,6 +32,8 @@ constexpr int MAX_SPLIT_DEPTH = 3;
 // own angle, up to this many degrees from the hand's.
 constexpr double RESPLIT_MIN_WIDTH = 1.6 * NOMINAL_WIDTH;
 constexpr int RESPLIT_TILT = 30;
+constexpr double THUMB_GAP = 0.5 * NOMINAL_WIDTH;        // two thumbs lie at least this far apart...
+constexpr double THUMB_MIN_WIDTH = 2.0 * NOMINAL_WIDTH;  // ...each wider than this
 constexpr double VALLEY_CAP = 0.75 * NOMINAL_WIDTH; // deeper valleys count no more
 
 // Crease: looked for from this many widths below the top...
@@ -286,6 +288,63 @@ void CutAtCrease(const CellMap& map, const Frame& f, Region& piece, std::vector<
         out.push_back(std::move(rest));
 }
 
+// Two thumbs: the pieces fall into two groups across the hand, each wider
+// than two fingertips, with a gap between them wider than a fingertip's
+// half. No group of fingers of one hand leaves such a gap with such widths
+// (a missing finger leaves one fingertip beside the gap). Each group, the
+// print of one thumb broken by its whorl or by light pressure, is joined
+// and cut at its crease; returns false, out untouched, for other layouts.
+bool TwoThumbs(const CellMap& map, const std::vector<Region>& regions, const Frame& f, std::vector<Region>& out)
+{
+    struct Span
+    {
+        double lo, hi;
+        const Region* region;
+    };
+    std::vector<Span> spans;
+    for (const Region& r : regions) {
+        if (static_cast<int>(r.cells.size()) < AXIS_MIN_CELLS / 2)
+            continue;
+        double lo = 1e18, hi = -1e18;
+        for (int i : r.cells) {
+            const double u = f.U(CellX(i, map.cw), CellY(i, map.cw));
+            lo = std::min(lo, u);
+            hi = std::max(hi, u);
+        }
+        spans.push_back({lo, hi + CELL, &r});
+    }
+    if (spans.size() < 2)
+        return false;
+    std::sort(spans.begin(), spans.end(), [](const Span& a, const Span& b) { return a.lo < b.lo; });
+    // Groups: pieces whose spans overlap or nearly touch.
+    std::vector<std::vector<const Span*>> groups;
+    double reach = -1e18;
+    for (const Span& s : spans) {
+        if (groups.empty() || s.lo > reach + THUMB_GAP)
+            groups.emplace_back();
+        groups.back().push_back(&s);
+        reach = std::max(reach, s.hi);
+    }
+    if (groups.size() != 2)
+        return false;
+    for (const std::vector<const Span*>& g : groups) {
+        double lo = 1e18, hi = -1e18;
+        for (const Span* s : g) {
+            lo = std::min(lo, s->lo);
+            hi = std::max(hi, s->hi);
+        }
+        if (hi - lo < THUMB_MIN_WIDTH)
+            return false;
+    }
+    for (const std::vector<const Span*>& g : groups) {
+        Region thumb;
+        for (const Span* s : g)
+            thumb.cells.insert(thumb.cells.end(), s->region->cells.begin(), s->region->cells.end());
+        CutAtCrease(map, f, thumb, out);
+    }
+    return true;
+}
+
 } // namespace
 
 double HandAngle(const CellMap& map, const std::vector<Region>& regions)
@@ -357,6 +416,9 @@ double HandAngle(const CellMap& map, const std::vector<Region>& regions)
 std::vector<Region> SeparateFingertips(const CellMap& map, const std::vector<Region>& regions, double handAngle)
 {
     const Frame f = MakeFrame(handAngle);
+    std::vector<Region> out;
+    if (TwoThumbs(map, regions, f, out))
+        return out;
     std::vector<Region> pieces;
     for (const Region& r : regions) {
         std::vector<Region> parts;
@@ -390,7 +452,6 @@ std::vector<Region> SeparateFingertips(const CellMap& map, const std::vector<Reg
                 pieces.push_back(std::move(part));
         }
     }
-    std::vector<Region> out;
     for (Region& p : pieces)
         CutAtCrease(map, f, p, out);
     return out;
