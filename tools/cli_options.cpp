@@ -32,8 +32,9 @@ const char* const kExamples = R"(Examples:
       go on with a batch that was interrupted
 
 Outputs per slap NAME: NAME_finger1.bmp .. NAME_finger4.bmp (left to right),
-NAME.json (sizes, result code, per finger centre, angle, quality and file,
-hand judgement of four fingers) and, with --overlay, NAME_overlay.png.
+NAME.json (sizes, result code, per finger centre, angle, quality, file,
+confidence and flags, hand, deficiencies; with --locator exact the hand
+judgement of four fingers instead) and, with --overlay, NAME_overlay.png.
 Each slap's outputs appear together, complete, or not at all. One run at a
 time writes into an output folder. Ctrl-C (or SIGTERM) starts no new slap,
 lets the running ones finish and ends with a summary; a second one discards
@@ -157,10 +158,10 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
     app.add_option("--finger-size", fingerSize,
                    "Finger image size (default 320x480, reduced to a smaller image's width or height)")
         ->type_name("WxH");
-    std::string locator = "exact";
+    std::string locator = "accurate";
     app.add_option("--locator", locator,
-                   "How fingers are found: exact (as KOVRAL_DoSplit, default) or accurate (touching, faint and "
-                   "border fingers, no text or lines; adds confidence, flags, hand and deficiencies to the JSON)")
+                   "How fingers are found: accurate (default: touching, faint and border fingers, no text or lines; "
+                   "adds confidence, flags, hand and deficiencies to the JSON) or exact (as KOVRAL_DoSplit)")
         ->type_name("NAME")->check(CLI::IsMember({"exact", "accurate"}).description(""));
     app.add_flag("-q,--quiet", options.quiet, "Print only errors and the summary line");
     app.add_option("--report", options.report,

@@ -34,7 +34,7 @@ struct Options
     std::optional<PixelSize> fingerSize;  // given finger buffer size; default: 320 x 480 reduced to the image
     bool quiet = false;                   // only errors and the summary line
     std::string report;                   // review page of the batch (HTML), with overlays; empty: none
-    bool accurate = false;                // find fingers with the accurate locator, not KOVRAL_DoSplit's
+    bool accurate = true;                 // find fingers with the accurate locator; false: KOVRAL_DoSplit
 };
 
 // Default finger buffer: 0.64 x 0.96 inch at 500 ppi, a fingertip with margin.

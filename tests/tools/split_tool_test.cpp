@@ -127,7 +127,7 @@ TEST_F(SplitTool, EveryFormatInABatchWithBadFiles)
     std::system(("cd " + dir_.string() + " && mkdir -p scans/.git empty && touch scans/notes.txt scans/.hidden.png "
                  "scans/.git/x.png empty/.hidden.png").c_str());
 
-    EXPECT_EQ(Run("scans missing.png empty -r -j 2 --size 1300x900"), 1);
+    EXPECT_EQ(Run("scans missing.png empty -r -j 2 --size 1300x900 --locator exact"), 1);
     // One line per bad input, naming it and the reason; every good slap is written, the bad ones leave nothing.
     EXPECT_EQ(err_, "kovral-split: empty: no image files in this folder tree\n"
                     "kovral-split: scans/broken.png: truncated PNG: end of stream\n"
@@ -142,9 +142,9 @@ TEST_F(SplitTool, FingerSizesAndForce)
     Write("big.png", 1600, 1000, 0, 52);
     Write("low.pgm", 1600, 470, 0, 52);
     // The default finger size shrinks to a lower image; a given one is used as it is, down to the smallest.
-    EXPECT_EQ(Run("low.pgm"), 0) << err_;
+    EXPECT_EQ(Run("low.pgm --locator exact"), 0) << err_;
     ExpectLibraryResults("low.pgm", "low", {320, 470});
-    EXPECT_EQ(Run("big.png --finger-size 256x360"), 0) << err_;
+    EXPECT_EQ(Run("big.png --finger-size 256x360 --locator exact"), 0) << err_;
     ExpectLibraryResults("big.png", "big", {256, 360});
 
     // Refused, writing nothing: replacing a finger image without --force, a given finger size larger
@@ -165,7 +165,7 @@ TEST_F(SplitTool, FingerSizesAndForce)
 
     // A forced run replaces everything, and finger images the new result does not have go.
     Write("big.png", 1600, 1000, 0, 52, 2);
-    EXPECT_EQ(Run("big.png --force"), 0) << err_;
+    EXPECT_EQ(Run("big.png --force --locator exact"), 0) << err_;
     ExpectLibraryResults("big.png", "big");
 }
 
@@ -178,13 +178,13 @@ TEST_F(SplitTool, BundledSample)
         EXPECT_TRUE(fs::exists(dir_ / "kovral-out" / file)) << file;
 }
 
-// --locator accurate: the fingers are kovral_split's with the accurate
-// locator, and the summary carries their confidence and flags, the hand and
-// the deficiencies; a locator name the tool does not know is a usage error.
+// By default the fingers are kovral_split's with the accurate locator, and
+// the summary carries their confidence and flags, the hand and the
+// deficiencies; a locator name the tool does not know is a usage error.
 TEST_F(SplitTool, AccurateLocator)
 {
     Write("right.png", 1600, 1000, 0, 61);
-    EXPECT_EQ(Run("right.png --locator accurate"), 0) << err_;
+    EXPECT_EQ(Run("right.png"), 0) << err_;
     json got = json::parse(Read(dir_ / "kovral-out/right.json"));
     EXPECT_EQ(got["locator"], "accurate");
     EXPECT_TRUE(got["deficiencies"].is_array());
