@@ -215,7 +215,9 @@ KOVRAL_API int32_t kovral_finger_corners(int32_t image_width, int32_t image_heig
 enum kovral_locator
 {
     KOVRAL_LOCATOR_EXACT = 0,    /* KOVRAL_DoSplit's locator: the same results, bit for bit */
-    KOVRAL_LOCATOR_ACCURATE = 1  /* not in this build: kovral_split refuses it with KOVRAL_EINVAL */
+    KOVRAL_LOCATOR_ACCURATE = 1  /* finds more fingers (touching, faint, cut by the border) and skips text, lines
+                                    and holes; reports confidence, flags, hand and deficiencies. Fingers are cut
+                                    about their fingertip centre; a split allocates working memory */
 };
 
 /* Flags of one finger (the accurate locator sets them; the exact one leaves 0). */

@@ -325,7 +325,11 @@ bool WriteFile(const std::string& path, std::span<const uint8_t> bytes, std::str
 
 bool ReadFileBytes(const std::string& path, uint64_t limit, std::vector<uint8_t>& bytes, std::string& reason)
 {
-    return ReadRegularFile(path, limit, bytes, reason);
+    size_t length = 0;
+    if (!ReadRegularFile(path, limit, bytes, length, reason))
+        return false;
+    bytes.resize(length);
+    return true;
 }
 
 } // namespace kovral_io

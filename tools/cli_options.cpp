@@ -39,7 +39,8 @@ const char* const kExamples = R"(Examples:
 
 Outputs per slap NAME: NAME_finger1.bmp .. NAME_finger4.bmp (left to right),
 NAME.json (sizes, result code, per finger centre, angle, quality, NIST finger
-position, box and file, resolution, hand judgement of four fingers) and, with
+position, box and file, resolution, confidence and flags, hand, deficiencies;
+with --locator exact the hand judgement of four fingers instead) and, with
 --overlay, NAME_overlay.png. Each slap record N of a transaction file (.an2,
 .eft, .nist) is a slap NAME_rN; its finger images carry their NIST finger
 position: NAME_rN_finger1_fgp2.bmp.
@@ -187,6 +188,11 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
                    "Also write every finger image of the run into one ANSI/NIST-ITL transaction: a Type-14 "
                    "record per finger with its NIST finger position, 500 ppi, uncompressed")
         ->type_name("FILE");
+    std::string locator = "accurate";
+    app.add_option("--locator", locator,
+                   "How fingers are found: accurate (default: touching, faint and border fingers, no text or lines; "
+                   "adds confidence, flags, hand and deficiencies to the JSON) or exact (as KOVRAL_DoSplit)")
+        ->type_name("NAME")->check(CLI::IsMember({"exact", "accurate"}).description(""));
     app.add_flag("-q,--quiet", options.quiet, "Print only errors and the summary line");
     app.add_option("--report", options.report,
                    "Also write a review page of the batch: one HTML file with every slap's overlay, fingers, "
@@ -203,6 +209,7 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
         return std::nullopt;
     }
 
+    options.accurate = locator == "accurate";
     options.format = format == "png" ? FingerFormat::Png : FingerFormat::Bmp;
     options.records = records == "all" ? kovral_io::RecordSelection::All : kovral_io::RecordSelection::Slaps;
     options.fitScale = fit == "scale";

@@ -41,6 +41,7 @@ struct Options
     bool ppiAuto = false;                 // --ppi auto: the measured resolution
     bool fitScale = false;                // scale images well over the split's limits down to fit
     std::string an2kOut;                  // the run's fingers as an ANSI/NIST-ITL transaction; empty: none
+    bool accurate = true;                 // find fingers with the accurate locator; false: KOVRAL_DoSplit
 };
 
 // Default finger buffer: 0.64 x 0.96 inch at 500 ppi, a fingertip with margin.

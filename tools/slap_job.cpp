@@ -153,15 +153,21 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
     summary.input = input.path.empty() ? kSampleInput : input.path;
     summary.fingerWidth = finger.width;
     summary.fingerHeight = finger.height;
-    const kovral_split_options request{finger.width, finger.height, KOVRAL_LOCATOR_EXACT};
+    const kovral_split_options request{finger.width, finger.height,
+                                       options_.accurate ? KOVRAL_LOCATOR_ACCURATE : KOVRAL_LOCATOR_EXACT};
+    summary.accurate = options_.accurate;
     summary.result = work_.splitter_ == nullptr
                          ? KOVRAL_ENOMEM
                          : kovral_split(work_.splitter_, image.pixels.data(), image.width, image.height, &request,
-                                        found, &summary.count, nullptr);
+                                        found, &summary.count, options_.accurate ? &summary.report : nullptr);
     bool split = summary.result == KOVRAL_OK;
     for (int i = 0; split && i < std::min(summary.count, kMaxFingers); i++)
+    {
         summary.fingers[i] = {found[i].x, found[i].y, found[i].angle, static_cast<uint8_t>(found[i].quality),
                               found[i].image};
+        summary.confidence[i] = found[i].confidence;
+        summary.flags[i] = found[i].flags;
+    }
     if (split && summary.count == kMaxFingers)
         summary.judgement = kovral_judge_hand(found, summary.count);
     if (split)

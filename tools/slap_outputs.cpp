@@ -134,6 +134,57 @@ EarlierOutputs FindEarlierOutputs(const Options& options, const std::string& nam
     return EarlierOutputs::Complete;
 }
 
+namespace {
+
+nlohmann::ordered_json FlagNames(uint32_t flags)
+{
+    nlohmann::ordered_json names = nlohmann::ordered_json::array();
+    if (flags & KOVRAL_FINGER_CUT_BY_BORDER)
+        names.push_back("cut by border");
+    if (flags & KOVRAL_FINGER_TOUCHING)
+        names.push_back("touching");
+    if (flags & KOVRAL_FINGER_FAINT)
+        names.push_back("faint");
+    return names;
+}
+
+nlohmann::ordered_json DeficiencyNames(uint32_t bits)
+{
+    static const std::pair<uint32_t, const char*> kNames[] = {
+        {KOVRAL_DEFICIENCY_ARTIFACTS, "artifacts"},       {KOVRAL_DEFICIENCY_LOW_CONTRAST, "low contrast"},
+        {KOVRAL_DEFICIENCY_OVER_INKED, "over-inked"},     {KOVRAL_DEFICIENCY_SIDEWAYS, "sideways"},
+        {KOVRAL_DEFICIENCY_OVER_ROTATED, "over-rotated"}, {KOVRAL_DEFICIENCY_INCOMPLETE, "incomplete"}};
+    nlohmann::ordered_json names = nlohmann::ordered_json::array();
+    for (const auto& [bit, name] : kNames)
+        if (bits & bit)
+            names.push_back(name);
+    return names;
+}
+
+const char* HandName(int hand)
+{
+    switch (hand)
+    {
+    case KOVRAL_HAND_RIGHT: return "right four";
+    case KOVRAL_HAND_LEFT: return "left four";
+    case KOVRAL_HAND_THUMBS: return "thumbs";
+    default: return "unknown";
+    }
+}
+
+} // namespace
+
+int HandOfPosition(int position)
+{
+    switch (position)
+    {
+    case 13: return KOVRAL_HAND_RIGHT;
+    case 14: return KOVRAL_HAND_LEFT;
+    case 15: return KOVRAL_HAND_THUMBS;
+    default: return KOVRAL_HAND_UNKNOWN;
+    }
+}
+
 nlohmann::ordered_json SummaryJson(const SlapSummary& summary)
 {
     nlohmann::ordered_json fingers = nlohmann::ordered_json::array();
@@ -144,6 +195,11 @@ nlohmann::ordered_json SummaryJson(const SlapSummary& summary)
             {"position", i + 1}, {"x", f.x}, {"y", f.y}, {"angle", f.angle}, {"quality", f.quality}};
         PutName(finger, "file", summary.fingerFiles[i]);
         PutFingerPlacement(finger, summary.placement, i);
+        if (summary.accurate)
+        {
+            finger["confidence"] = summary.confidence[i];
+            finger["flags"] = FlagNames(summary.flags[i]);
+        }
         fingers.push_back(finger);
     }
     nlohmann::ordered_json json;
@@ -155,7 +211,30 @@ nlohmann::ordered_json SummaryJson(const SlapSummary& summary)
     json["result"] = summary.result;
     json["count"] = summary.count;
     json["fingers"] = fingers;
-    if (summary.count == kMaxFingers && summary.result == KOVRAL_OK)
+    if (summary.accurate)
+    {
+        if (summary.result == KOVRAL_OK)
+        {
+            const kovral_slap_report& r = summary.report;
+            json["locator"] = "accurate";
+            json["hand"] = {{"layout", HandName(r.hand)}, {"confidence", r.hand_confidence}};
+            // A record naming another hand than the image shows: a common enrolment error.
+            const int recorded = HandOfPosition(summary.placement.source.position);
+            if (recorded != KOVRAL_HAND_UNKNOWN)
+            {
+                json["hand"]["record"] = HandName(recorded);
+                if (r.hand != KOVRAL_HAND_UNKNOWN && r.hand != recorded)
+                    json["hand"]["mismatch"] = std::string("record says ") + HandName(recorded) + ", image shows "
+                                               + HandName(r.hand);
+            }
+            json["deficiencies"] = DeficiencyNames(r.deficiencies);
+            nlohmann::ordered_json rejected = nlohmann::ordered_json::array();
+            for (int i = 0; i < r.rejected_count; i++)
+                rejected.push_back({r.rejected[i].left, r.rejected[i].top, r.rejected[i].right, r.rejected[i].bottom});
+            json["rejected"] = rejected;
+        }
+    }
+    else if (summary.count == kMaxFingers && summary.result == KOVRAL_OK)
         json["hand"] = {{"judgement", summary.judgement}, {"meaning", JudgementMeaning(summary.judgement)}};
     PutSlapPlacement(json, summary.placement);
     return json;

@@ -32,7 +32,15 @@ struct SlapSummary
     std::vector<std::string> fingerFiles;   // file names beside the summary, left to right
     int judgement = KOVRAL_EINVAL;  // KOVRAL_JudegeFingers on four fingers
     SlapPlacement placement;        // the file's slap, its resolution, finger positions and boxes
+    // With the accurate locator: per finger confidence and flags, and the report.
+    bool accurate = false;
+    int confidence[kMaxFingers] = {};
+    uint32_t flags[kMaxFingers] = {};
+    kovral_slap_report report = {};
 };
+
+// KOVRAL_HAND_* of a slap finger position code (13, 14, 15), else KOVRAL_HAND_UNKNOWN.
+int HandOfPosition(int position);
 
 // Output paths of slap name in outDir. A finger image of a fingerprint file's
 // slap carries its NIST finger position fgp (>= 0): NAME_finger1_fgp2.bmp.

@@ -45,11 +45,11 @@ class Splitter:
     @property
     def max_size(self) -> tuple[int, int]: ...
     def split(self, image: npt.NDArray[np.uint8], finger_size: tuple[int, int] = (320, 480),
-              locator: str = "exact") -> list[Finger]:
+              locator: str = "accurate") -> list[Finger]:
         """Splits a slap image into upright fingers, left to right."""
 
 def split(image: npt.NDArray[np.uint8], finger_size: tuple[int, int] = (320, 480),
-          locator: str = "exact") -> list[Finger]:
+          locator: str = "accurate") -> list[Finger]:
     """Splits a slap image into upright fingers, left to right (releases the GIL)."""
 
 def hand(fingers: Sequence[Finger]) -> Optional[str]:

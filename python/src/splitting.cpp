@@ -273,7 +273,7 @@ py::tuple Point(const tagPOINT& p)
 
 constexpr const char* kFingerSizeDoc = "finger_size: (width, height) of every finger image, at least 256 x 360 and "
                                        "no larger than the image.\n";
-constexpr const char* kLocatorDoc = "locator: 'exact' (the library's classic results, bit for bit) or 'accurate'.\n";
+constexpr const char* kLocatorDoc = "locator: 'accurate' (default) or 'exact' (the library's classic results, bit for bit).\n";
 
 } // namespace
 
@@ -325,7 +325,7 @@ void RegisterSplitting(py::module_& m)
         .def_property_readonly("max_size", &Splitter::MaxSize, "(width, height) of the largest image it takes.")
         .def("split", &Splitter::Split, py::arg("image"),
              py::arg("finger_size") = std::make_pair(kDefaultFingerWidth, kDefaultFingerHeight),
-             py::arg("locator") = "exact",
+             py::arg("locator") = "accurate",
              (std::string("Splits a slap image into upright fingers, left to right.\n\n"
                           "image: 2-D uint8 array (rows, columns), 256..1600 wide and 360..1500 high, any "
                           "strides (copied only when not C-contiguous).\n")
@@ -336,7 +336,7 @@ void RegisterSplitting(py::module_& m)
 
     m.def("split", &SplitPooled, py::arg("image"),
           py::arg("finger_size") = std::make_pair(kDefaultFingerWidth, kDefaultFingerHeight),
-          py::arg("locator") = "exact",
+          py::arg("locator") = "accurate",
           (std::string("Splits a slap image into upright fingers, left to right.\n\n"
                        "image: 2-D uint8 array (rows, columns), 256..1600 wide and 360..1500 high, any strides "
                        "(copied only when not C-contiguous).\n")

@@ -22,24 +22,24 @@ constexpr int CELL = 8;          // pixels per cell side
 constexpr int MAX_FINGERS = 4;   // reported fingertips per slap
 constexpr int MAX_REJECTED = 8;  // rejected regions reported per slap
 
-// Per-finger flags (the same bits as the public API's).
-constexpr uint32_t FLAG_CUT_BY_BORDER = 0x1u;
-constexpr uint32_t FLAG_TOUCHING = 0x2u;
-constexpr uint32_t FLAG_FAINT = 0x4u;
+// Per-finger flags, deficiencies and hands: the public API's values.
+constexpr uint32_t FLAG_CUT_BY_BORDER = KOVRAL_FINGER_CUT_BY_BORDER;
+constexpr uint32_t FLAG_TOUCHING = KOVRAL_FINGER_TOUCHING;
+constexpr uint32_t FLAG_FAINT = KOVRAL_FINGER_FAINT;
 
 // Per-slap deficiencies.
-constexpr uint32_t DEFICIENCY_ARTIFACTS = 0x1u;     // text, lines, marks or halos were rejected
-constexpr uint32_t DEFICIENCY_LOW_CONTRAST = 0x2u;  // a fingertip is faint
-constexpr uint32_t DEFICIENCY_OVER_INKED = 0x4u;    // fingertips too dark to show valleys
-constexpr uint32_t DEFICIENCY_SIDEWAYS = 0x8u;      // the hand leans by more than 30 degrees
-constexpr uint32_t DEFICIENCY_OVER_ROTATED = 0x10u; // by more than 45 degrees
-constexpr uint32_t DEFICIENCY_INCOMPLETE = 0x20u;   // a finger is missing or cut by the border
+constexpr uint32_t DEFICIENCY_ARTIFACTS = KOVRAL_DEFICIENCY_ARTIFACTS; // text, lines, marks or halos were rejected
+constexpr uint32_t DEFICIENCY_LOW_CONTRAST = KOVRAL_DEFICIENCY_LOW_CONTRAST; // a fingertip is faint
+constexpr uint32_t DEFICIENCY_OVER_INKED = KOVRAL_DEFICIENCY_OVER_INKED; // fingertips too dark to show valleys
+constexpr uint32_t DEFICIENCY_SIDEWAYS = KOVRAL_DEFICIENCY_SIDEWAYS; // the hand leans by more than 30 degrees
+constexpr uint32_t DEFICIENCY_OVER_ROTATED = KOVRAL_DEFICIENCY_OVER_ROTATED; // by more than 45 degrees
+constexpr uint32_t DEFICIENCY_INCOMPLETE = KOVRAL_DEFICIENCY_INCOMPLETE; // a finger is missing or cut by the border
 
 // Hand layouts.
-constexpr int HAND_UNKNOWN = 0;
-constexpr int HAND_RIGHT = 1;   // right four: index leftmost
-constexpr int HAND_LEFT = 2;    // left four: little finger leftmost
-constexpr int HAND_THUMBS = 3;
+constexpr int HAND_UNKNOWN = KOVRAL_HAND_UNKNOWN;
+constexpr int HAND_RIGHT = KOVRAL_HAND_RIGHT;   // right four: index leftmost
+constexpr int HAND_LEFT = KOVRAL_HAND_LEFT;    // left four: little finger leftmost
+constexpr int HAND_THUMBS = KOVRAL_HAND_THUMBS;
 
 // Ridge evidence on the cell grid of one image.
 struct CellMap
@@ -50,6 +50,7 @@ struct CellMap
     std::vector<float> contrast; // standard deviation of gray in the window
     std::vector<float> dark;     // share of the window's gray range below its mean (0.5 for ridges)
     float noise = 0.0f;          // typical contrast of cells without ridges
+    std::vector<int> gxx, gyy, gxy; // gradient moments of each cell's own samples
 };
 
 // One connected piece of ridge cells.

@@ -17,6 +17,9 @@ constexpr double AXIS_MAX_TILT = 55.0;    // degrees off upright that a vote may
 constexpr double AXIS_MAX_WIDTH = 1.5 * NOMINAL_WIDTH; // wider pieces hold several fingers or a thumb
 constexpr int SEARCH_TILT = 50;           // trial angles for pieces of touching fingers, either way
 constexpr int SEARCH_STEP = 2;
+constexpr double RIDGE_AXIS_COHERENCE = 0.15; // ridges this coherent over the pieces suggest an axis...
+constexpr double RIDGE_AXIS_RANGE = 25.0;     // ...and trial angles farther than this from it...
+constexpr double RIDGE_AXIS_PENALTY = 0.5;    // ...count this share of their valleys
 
 // Splitting: a piece at least this wide may hold several fingertips...
 constexpr double SPLIT_MIN_WIDTH = 1.3 * NOMINAL_WIDTH;
@@ -25,6 +28,12 @@ constexpr double SPLIT_MIN_DEPTH = 0.2 * NOMINAL_WIDTH;
 // leaving each side at least this wide.
 constexpr double SPLIT_MIN_PART = 0.45 * NOMINAL_WIDTH;
 constexpr int MAX_SPLIT_DEPTH = 3;
+// A part left this wide after splitting along the hand is tried again at its
+// own angle, up to this many degrees from the hand's.
+constexpr double RESPLIT_MIN_WIDTH = 1.6 * NOMINAL_WIDTH;
+constexpr int RESPLIT_TILT = 30;
+constexpr double THUMB_GAP = 0.5 * NOMINAL_WIDTH;        // two thumbs lie at least this far apart...
+constexpr double THUMB_MIN_WIDTH = 2.0 * NOMINAL_WIDTH;  // ...each wider than this
 constexpr double VALLEY_CAP = 0.75 * NOMINAL_WIDTH; // deeper valleys count no more
 
 // Crease: looked for from this many widths below the top...
@@ -141,6 +150,18 @@ Profile TopValleys(const std::vector<int>& cells, int cw, const Frame& f)
         p.depth[k] = std::min(leftMax[k], rightMax[k]) - smooth[k];
     }
     return p;
+}
+
+// Extent of cells across the axis of frame f, pixels.
+double WidthAcross(const std::vector<int>& cells, int cw, const Frame& f)
+{
+    double umin = 1e18, umax = -1e18;
+    for (int i : cells) {
+        const double u = f.U(CellX(i, cw), CellY(i, cw));
+        umin = std::min(umin, u);
+        umax = std::max(umax, u);
+    }
+    return umax - umin + CELL;
 }
 
 // Splits cells at the deepest valley of their top profile, recursively.
@@ -267,6 +288,63 @@ void CutAtCrease(const CellMap& map, const Frame& f, Region& piece, std::vector<
         out.push_back(std::move(rest));
 }
 
+// Two thumbs: the pieces fall into two groups across the hand, each wider
+// than two fingertips, with a gap between them wider than a fingertip's
+// half. No group of fingers of one hand leaves such a gap with such widths
+// (a missing finger leaves one fingertip beside the gap). Each group, the
+// print of one thumb broken by its whorl or by light pressure, is joined
+// and cut at its crease; returns false, out untouched, for other layouts.
+bool TwoThumbs(const CellMap& map, const std::vector<Region>& regions, const Frame& f, std::vector<Region>& out)
+{
+    struct Span
+    {
+        double lo, hi;
+        const Region* region;
+    };
+    std::vector<Span> spans;
+    for (const Region& r : regions) {
+        if (static_cast<int>(r.cells.size()) < AXIS_MIN_CELLS / 2)
+            continue;
+        double lo = 1e18, hi = -1e18;
+        for (int i : r.cells) {
+            const double u = f.U(CellX(i, map.cw), CellY(i, map.cw));
+            lo = std::min(lo, u);
+            hi = std::max(hi, u);
+        }
+        spans.push_back({lo, hi + CELL, &r});
+    }
+    if (spans.size() < 2)
+        return false;
+    std::sort(spans.begin(), spans.end(), [](const Span& a, const Span& b) { return a.lo < b.lo; });
+    // Groups: pieces whose spans overlap or nearly touch.
+    std::vector<std::vector<const Span*>> groups;
+    double reach = -1e18;
+    for (const Span& s : spans) {
+        if (groups.empty() || s.lo > reach + THUMB_GAP)
+            groups.emplace_back();
+        groups.back().push_back(&s);
+        reach = std::max(reach, s.hi);
+    }
+    if (groups.size() != 2)
+        return false;
+    for (const std::vector<const Span*>& g : groups) {
+        double lo = 1e18, hi = -1e18;
+        for (const Span* s : g) {
+            lo = std::min(lo, s->lo);
+            hi = std::max(hi, s->hi);
+        }
+        if (hi - lo < THUMB_MIN_WIDTH)
+            return false;
+    }
+    for (const std::vector<const Span*>& g : groups) {
+        Region thumb;
+        for (const Span* s : g)
+            thumb.cells.insert(thumb.cells.end(), s->region->cells.begin(), s->region->cells.end());
+        CutAtCrease(map, f, thumb, out);
+    }
+    return true;
+}
+
 } // namespace
 
 double HandAngle(const CellMap& map, const std::vector<Region>& regions)
@@ -306,11 +384,27 @@ double HandAngle(const CellMap& map, const std::vector<Region>& regions)
     }
     // Only pieces too wide for one finger: the trial angle that shows the
     // deepest valleys between rounded tops; upright when none shows any.
+    // Seen at a slant, the staircase of a tilted hand shows deep false
+    // valleys; trial angles far from the one the ridges suggest (they run
+    // mostly across a finger) count less.
+    double gxx = 0, gyy = 0, gxy = 0;
+    for (const Region* r : wide)
+        for (int i : r->cells) {
+            gxx += map.gxx[static_cast<std::size_t>(i)];
+            gyy += map.gyy[static_cast<std::size_t>(i)];
+            gxy += map.gxy[static_cast<std::size_t>(i)];
+        }
+    const double coherence = gxx + gyy > 0.0 ? std::sqrt((gxx - gyy) * (gxx - gyy) + 4.0 * gxy * gxy) / (gxx + gyy) : 0.0;
+    const double ridgeAxis = std::fmod(-0.5 * std::atan2(2.0 * gxy, gxx - gyy) * 180.0 / PI + 180.0, 180.0);
     double best = 90.0, bestScore = 0.0;
-    for (int a = 90 - SEARCH_TILT; a <= 90 + SEARCH_TILT; a += SEARCH_STEP) {
+    // Odd trial angles only: upright, the profile's bins line up with the
+    // cell columns, and the cell staircase of a slanted edge shows false valleys.
+    for (int a = 91 - SEARCH_TILT; a <= 89 + SEARCH_TILT; a += SEARCH_STEP) {
         double score = 0.0;
         for (const Region* r : wide)
             score += ValleyScore(r->cells, map.cw, a);
+        if (coherence >= RIDGE_AXIS_COHERENCE && std::fabs(a - ridgeAxis) > RIDGE_AXIS_RANGE)
+            score *= RIDGE_AXIS_PENALTY;
         if (score > bestScore || (score == bestScore && std::abs(a - 90) < std::fabs(best - 90.0))) {
             bestScore = score;
             best = a;
@@ -322,10 +416,42 @@ double HandAngle(const CellMap& map, const std::vector<Region>& regions)
 std::vector<Region> SeparateFingertips(const CellMap& map, const std::vector<Region>& regions, double handAngle)
 {
     const Frame f = MakeFrame(handAngle);
-    std::vector<Region> pieces;
-    for (const Region& r : regions)
-        SplitTouching(map, f, r.cells, false, 0, pieces);
     std::vector<Region> out;
+    if (TwoThumbs(map, regions, f, out))
+        return out;
+    std::vector<Region> pieces;
+    for (const Region& r : regions) {
+        std::vector<Region> parts;
+        SplitTouching(map, f, r.cells, false, 0, parts);
+        for (Region& part : parts) {
+            // Still two fingers wide: their own angle may differ from the
+            // hand's (a misjudged hand, a spread pair); split at the one that
+            // shows their valley best. Two fingers side by side lie along
+            // the hand (long) or across it (short); a piece whose axis is
+            // neither is one finger, e.g. a thumb, against a hand axis that
+            // is not its own.
+            double ownAngle, elongation, minor;
+            Axis(part.cells, map.cw, ownAngle, elongation, minor);
+            const double off = std::fabs(std::remainder(ownAngle - handAngle, 180.0));
+            const bool slanted = elongation >= AXIS_MIN_ELONGATION && off > RESPLIT_TILT && off < 90.0 - RESPLIT_TILT;
+            if (WidthAcross(part.cells, map.cw, f) < RESPLIT_MIN_WIDTH || slanted) {
+                pieces.push_back(std::move(part));
+                continue;
+            }
+            double best = handAngle, bestScore = 0.0;
+            for (int d = -RESPLIT_TILT; d <= RESPLIT_TILT; d += SEARCH_STEP) {
+                const double score = ValleyScore(part.cells, map.cw, handAngle + d);
+                if (score > bestScore) {
+                    bestScore = score;
+                    best = handAngle + d;
+                }
+            }
+            if (bestScore > 0.0)
+                SplitTouching(map, MakeFrame(best), part.cells, true, 0, pieces);
+            else
+                pieces.push_back(std::move(part));
+        }
+    }
     for (Region& p : pieces)
         CutAtCrease(map, f, p, out);
     return out;

@@ -105,6 +105,15 @@ void FindRidgeCells(const uint8_t* image, int w, int h, CellMap& map)
         }
     }
 
+    map.gxx.resize(cells);
+    map.gyy.resize(cells);
+    map.gxy.resize(cells);
+    for (std::size_t i = 0; i < cells; i++) {
+        map.gxx[i] = sums[i].gxx;
+        map.gyy[i] = sums[i].gyy;
+        map.gxy[i] = sums[i].gxy;
+    }
+
     // The 3 x 3 window of every cell: sums across each row once, then
     // three of those rows down.
     std::vector<Sums> across(cells);

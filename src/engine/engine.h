@@ -79,8 +79,12 @@ struct Locator
     int (*cut)(kovral_splitter& s, SplitJob& job);
 };
 
-// The locator for a kovral_locator value, or null when this build has none
-// (KOVRAL_LOCATOR_ACCURATE until the accurate locator is linked in).
+// The accurate locator's stages (accurate_stages.cpp): fingertips from
+// accurate::Locate, every finger cut about its fingertip's centre; it writes
+// the report itself. Unlike the exact locator it allocates as it goes.
+extern const Locator ACCURATE_LOCATOR;
+
+// The locator for a kovral_locator value, or null for an unknown value.
 const Locator* FindLocator(int locator);
 
 // Runs the split and writes its results. Returns KOVRAL_OK or KOVRAL_ENOMEM

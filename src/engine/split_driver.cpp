@@ -70,7 +70,8 @@ void WriteRecords(SplitJob& job)
 
 const Locator* FindLocator(int locator)
 {
-    // The accurate locator plugs in here.
+    if (locator == KOVRAL_LOCATOR_ACCURATE)
+        return &ACCURATE_LOCATOR;
     return locator == KOVRAL_LOCATOR_EXACT ? &EXACT : nullptr;
 }
 

@@ -34,6 +34,14 @@ int CutFingers(unsigned char* img, int w, int h, signed char* work, int count, t
 // Reserves in memory what CutFingers takes for images up to w x h.
 bool ReserveCutMemory(WorkMemory& memory, int w, int h);
 
+// Cuts fingers 0..count-1 of the w x h16 image about the given centres:
+// the outW x outH buffer's middle cell on the centre, copied as the plain
+// window that WindowStart places for a finger CutAsWindow takes as one, else
+// turned by CutTurn(angle) with bilinear interpolation, bkGray where the
+// turned buffer leaves the image. What it covers is what FingerCorners gives.
+void CutFingersAbout(const unsigned char* img, int w, int h16, int count, const tagPOINT* centres,
+                     const int* angles, unsigned char bkGray, unsigned char** outBufs, int outW, int outH);
+
 // Writes the centre of fingers 0..count-1 into centres: the box's middle row
 // (or an outH window starting 8 pixels above a tall box), and the middle of
 // the finger's label run in that block row of work (bw columns). bh, angles

@@ -105,7 +105,7 @@ struct SlapCase
     int angle = 8;      // largest angle error, degrees
 };
 
-slapgen::SlapSpec Thumbs()
+slapgen::SlapSpec Thumbs(int width = 330, int length = 420)
 {
     slapgen::SlapSpec plan;
     plan.width = 1600;
@@ -114,8 +114,8 @@ slapgen::SlapSpec Thumbs()
         slapgen::Finger f;
         f.cx = cx;
         f.cy = 480;
-        f.width = 330;
-        f.length = 420;
+        f.width = width;
+        f.length = length;
         f.angle = cx < 800 ? 95 : 85;
         plan.fingers.push_back(f);
     }
@@ -140,11 +140,21 @@ TEST(Locate, FindsEveryFingertipAndTellsTheHand)
         {"right tilted far", slapgen::FourFingerHand(1600, 1500, 40, true, 5), 4, accurate::HAND_RIGHT, 0},
         // Two wide prints far apart.
         {"thumbs", Thumbs(), 2, accurate::HAND_THUMBS, 0},
+        // Regression (a broad thumb split into fingertips): thumbs nearly
+        // three fingertips wide each stay one finger.
+        {"broad thumbs", Thumbs(560, 460), 2, accurate::HAND_THUMBS, 0, 60},
         // The index finger half outside the image is still reported, flagged.
         {"cut by the border", CutLeft(), 4, -1, accurate::FLAG_CUT_BY_BORDER},
         // Fingertips touching along their sides are split again.
         // (the split line runs straight across the hand, so a fingertip may lose a strip of its side)
         {"touching", slapgen::FourFingerHand(1600, 1000, 0, true, 11, 0), 4, accurate::HAND_RIGHT,
+         accurate::FLAG_TOUCHING, 70, 12},
+        // Regression (tilted touching hand read as upright): every fingertip
+        // touches its neighbour and the hand leans far; seen upright, the
+        // staircase of the slanted fingers looked like deeper valleys.
+        {"touching leaning right", slapgen::FourFingerHand(1600, 1500, -33, true, 1032, 0), 4, accurate::HAND_RIGHT,
+         accurate::FLAG_TOUCHING, 70, 12},
+        {"touching leaning left", slapgen::FourFingerHand(1600, 1500, 30, false, 21, 0), 4, accurate::HAND_LEFT,
          accurate::FLAG_TOUCHING, 70, 12},
     };
     for (const SlapCase& c : cases) {

@@ -38,10 +38,10 @@ def test_same_results_as_the_c_api(width, height, tilt, finger_size):
     image = reference.four_finger_hand(width, height, tilt)
     result, expected = reference.c_split(image, *finger_size)
     assert result == 1
-    got = kovral.split(image, finger_size)
+    got = kovral.split(image, finger_size, locator="exact")
     assert as_records(got) == expected
     # A kept splitter gives the same, and so do the legacy entry points.
-    assert as_records(kovral.Splitter((width, height)).split(image, finger_size)) == expected
+    assert as_records(kovral.Splitter((width, height)).split(image, finger_size, locator="exact")) == expected
     legacy_result, legacy = reference.legacy_split(image, *finger_size)
     assert legacy_result == 1
     assert [r[:4] + r[6:] for r in as_records(got)] == [r[:4] + r[6:] for r in legacy]
@@ -111,7 +111,7 @@ def test_a_refused_request_leaves_the_splitter_usable():
     image = reference.four_finger_hand()
     with pytest.raises(ValueError):
         splitter.split(image, (100, 100))
-    assert as_records(splitter.split(image)) == reference.c_split(image, 320, 480)[1]
+    assert as_records(splitter.split(image)) == reference.c_split(image, 320, 480, locator=1)[1]
 
 
 # Views that are not C-contiguous: each is copied, and splits as its copy does.
@@ -210,7 +210,7 @@ def test_the_split_releases_the_gil():
 
 def test_threads_on_one_splitter_get_correct_results():
     images = [reference.four_finger_hand(1600, 1000, tilt) for tilt in (-10, 0, 10)]
-    expected = [reference.c_split(image, 320, 480)[1] for image in images]
+    expected = [reference.c_split(image, 320, 480, locator=1)[1] for image in images]   # the default: accurate
     splitter = kovral.Splitter()
     results = {}
 
@@ -322,3 +322,15 @@ def test_read_wsq_gives_the_record_s_image(tmp_path):
     path.write_bytes(an2[:300])
     with pytest.raises(ValueError, match="holds no fingerprint image record: "):
         kovral.read(path)
+
+
+# The accurate locator through Python: the C API's fingers, with confidence.
+@pytest.mark.parametrize("width,height,tilt,finger_size", SLAPS[:3])
+def test_accurate_locator_same_as_the_c_api(width, height, tilt, finger_size):
+    image = reference.four_finger_hand(width, height, tilt)
+    result, expected = reference.c_split(image, *finger_size, locator=1)
+    assert result == 1 and len(expected) == 4
+    got = kovral.split(image, finger_size, locator="accurate")
+    assert as_records(got) == expected
+    assert as_records(kovral.Splitter((width, height)).split(image, finger_size, locator="accurate")) == expected
+    assert all(0 < f.confidence <= 100 for f in got)

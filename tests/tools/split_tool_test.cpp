@@ -143,7 +143,7 @@ TEST_F(SplitTool, EveryFormatInABatchWithBadFiles)
     std::system(("cd " + dir_.string() + " && mkdir -p scans/.git empty && touch scans/notes.txt scans/.hidden.png "
                  "scans/.git/x.png empty/.hidden.png").c_str());
 
-    EXPECT_EQ(Run("scans missing.png empty -r -j 2 --size 1300x900"), 1);
+    EXPECT_EQ(Run("scans missing.png empty -r -j 2 --size 1300x900 --locator exact"), 1);
     // One line per bad input, naming it and the reason; every good slap is written, the bad ones leave nothing.
     EXPECT_EQ(err_, "kovral-split: empty: no image files in this folder tree\n"
                     "kovral-split: scans/broken.png: truncated PNG: end of stream\n"
@@ -158,9 +158,9 @@ TEST_F(SplitTool, FingerSizesAndForce)
     Write("big.png", 1600, 1000, 0, 52);
     Write("low.pgm", 1600, 470, 0, 52);
     // The default finger size shrinks to a lower image; a given one is used as it is, down to the smallest.
-    EXPECT_EQ(Run("low.pgm"), 0) << err_;
+    EXPECT_EQ(Run("low.pgm --locator exact"), 0) << err_;
     ExpectLibraryResults("low.pgm", "low", {320, 470});
-    EXPECT_EQ(Run("big.png --finger-size 256x360"), 0) << err_;
+    EXPECT_EQ(Run("big.png --finger-size 256x360 --locator exact"), 0) << err_;
     ExpectLibraryResults("big.png", "big", {256, 360});
 
     // Refused, writing nothing: replacing a finger image without --force, a given finger size larger
@@ -181,7 +181,7 @@ TEST_F(SplitTool, FingerSizesAndForce)
 
     // A forced run replaces everything, and finger images the new result does not have go.
     Write("big.png", 1600, 1000, 0, 52, 2);
-    EXPECT_EQ(Run("big.png --force"), 0) << err_;
+    EXPECT_EQ(Run("big.png --force --locator exact"), 0) << err_;
     ExpectLibraryResults("big.png", "big");
 }
 
@@ -192,6 +192,50 @@ TEST_F(SplitTool, BundledSample)
     EXPECT_EQ(json::parse(Read(dir_ / "kovral-out/sample.json"))["count"], 4);
     for (const char* file : {"sample_finger4.bmp", "sample_overlay.png"})
         EXPECT_TRUE(fs::exists(dir_ / "kovral-out" / file)) << file;
+}
+
+// By default the fingers are kovral_split's with the accurate locator, and
+// the summary carries their confidence and flags, the hand and the
+// deficiencies; a locator name the tool does not know is a usage error.
+TEST_F(SplitTool, AccurateLocator)
+{
+    Write("right.png", 1600, 1000, 0, 61);
+    EXPECT_EQ(Run("right.png"), 0) << err_;
+    json got = json::parse(Read(dir_ / "kovral-out/right.json"));
+    EXPECT_EQ(got["locator"], "accurate");
+    EXPECT_TRUE(got["deficiencies"].is_array());
+
+    kovral_tool::GrayImage image;
+    std::string error;
+    ASSERT_TRUE(kovral_tool::DecodeImageFile((dir_ / "right.png").string(), kRawSize, image, error)) << error;
+    const kovral_tool::PixelSize size = kovral_tool::kDefaultFingerSize;
+    std::vector<std::vector<uint8_t>> buffers(KOVRAL_MAX_FINGERS, std::vector<uint8_t>(size.width * size.height));
+    kovral_finger fingers[KOVRAL_MAX_FINGERS] = {};
+    for (int i = 0; i < KOVRAL_MAX_FINGERS; i++)
+        fingers[i].image = buffers[static_cast<size_t>(i)].data();
+    const kovral_split_options options{size.width, size.height, KOVRAL_LOCATOR_ACCURATE};
+    kovral_splitter* splitter = kovral_splitter_new(image.width, image.height);
+    int count = 0;
+    kovral_slap_report report = {};
+    ASSERT_EQ(kovral_split(splitter, image.pixels.data(), image.width, image.height, &options, fingers, &count,
+                           &report), KOVRAL_OK);
+    kovral_splitter_free(splitter);
+    ASSERT_EQ(got["count"], count);
+    EXPECT_EQ(got["hand"]["layout"], report.hand == KOVRAL_HAND_RIGHT ? "right four" : "left four");
+    EXPECT_EQ(got["hand"]["confidence"], report.hand_confidence);
+    for (int i = 0; i < count; i++)
+    {
+        const json& f = got["fingers"][static_cast<size_t>(i)];
+        EXPECT_EQ(f["x"], fingers[i].x);
+        EXPECT_EQ(f["y"], fingers[i].y);
+        EXPECT_EQ(f["angle"], fingers[i].angle);
+        EXPECT_EQ(f["confidence"], fingers[i].confidence);
+        KOVRAL_SaveToBmp(fingers[i].image, size.width, size.height, (dir_ / "expected.bmp").c_str());
+        EXPECT_TRUE(Read(dir_ / "kovral-out" / ("right_finger" + std::to_string(i + 1) + ".bmp"))
+                    == Read(dir_ / "expected.bmp")) << i;
+    }
+
+    EXPECT_EQ(Run("right.png --locator best"), 2);
 }
 
 // Every task reported once, with what its worker found, and a crash that costs only its own task.
