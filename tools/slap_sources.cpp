@@ -179,7 +179,7 @@ bool ReadSlap(const InputFile& input, const Options& options, SlapSource& source
         return false;
     if (kovral_io::LooksLikeAn2k(bytes.data(), bytes.size()) && input.record == 0)
     {
-        error = "an ANSI/NIST-ITL transaction: its records are split one by one (ExpandTransactionFiles)";
+        error = "an ANSI/NIST-ITL transaction file: name it to kovral-split, which splits its records one by one";
         return false;
     }
     if (kovral_io::IsFingerprintFile(bytes.data(), bytes.size()))

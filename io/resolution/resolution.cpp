@@ -25,8 +25,19 @@ constexpr double kLongestPeriod = 27;
 constexpr int kMinBlocks = 4;
 constexpr double kPi = 3.14159265358979323846;
 
+// exp(-2 pi i k / kBlock) for k below kBlock / 2.
+struct Twiddles
+{
+    float cos[kBlock / 2], sin[kBlock / 2];
+    Twiddles()
+    {
+        for (int k = 0; k < kBlock / 2; k++)
+            cos[k] = float(std::cos(-2 * kPi * k / kBlock)), sin[k] = float(std::sin(-2 * kPi * k / kBlock));
+    }
+};
+
 // In-place radix-2 FFT of kBlock complex samples, with the given stride.
-void Fft(float* re, float* im, int stride)
+void Fft(float* re, float* im, int stride, const Twiddles& t)
 {
     for (int i = 1, j = 0; i < kBlock; i++)
     {
@@ -42,10 +53,9 @@ void Fft(float* re, float* im, int stride)
     }
     for (int len = 2; len <= kBlock; len <<= 1)
     {
-        const double angle = -2 * kPi / len;
         for (int k = 0; k < len / 2; k++)
         {
-            const float wr = float(std::cos(angle * k)), wi = float(std::sin(angle * k));
+            const float wr = t.cos[k * (kBlock / len)], wi = t.sin[k * (kBlock / len)];
             for (int i = k; i < kBlock; i += len)
             {
                 float* ar = re + i * stride;
@@ -116,6 +126,7 @@ MeasuredResolution MeasureResolution(const uint8_t* pixels, int width, int heigh
     MeasuredResolution result;
     if (width < kBlock || height < kBlock)
         return result;
+    static const Twiddles twiddles;
     float window[kBlock];
     for (int i = 0; i < kBlock; i++)
         window[i] = float(0.5 - 0.5 * std::cos(2 * kPi * (i + 0.5) / kBlock));
@@ -156,9 +167,9 @@ MeasuredResolution MeasureResolution(const uint8_t* pixels, int width, int heigh
                     im[size_t(y) * kBlock + x] = 0;
                 }
             for (int y = 0; y < kBlock; y++)
-                Fft(re.data() + size_t(y) * kBlock, im.data() + size_t(y) * kBlock, 1);
+                Fft(re.data() + size_t(y) * kBlock, im.data() + size_t(y) * kBlock, 1, twiddles);
             for (int x = 0; x < kBlock; x++)
-                Fft(re.data() + x, im.data() + x, kBlock);
+                Fft(re.data() + x, im.data() + x, kBlock, twiddles);
             // Half the plane (the other half mirrors it), inside the ring of ridge frequencies.
             const auto powerAt = [&](int fu, int fv) {
                 const size_t i = size_t((fv + kBlock) % kBlock) * kBlock + size_t((fu + kBlock) % kBlock);

@@ -264,6 +264,9 @@ TEST_F(FingerprintInputs, ResolutionsAndLimits)
         else
             EXPECT_EQ(value, row.value);
     }
+    // At the measured 250 ppi the half-size hand gives its four fingers, at 500 ppi it would be too low for them.
+    EXPECT_EQ(Run("half.pgm --ppi auto -f"), 0) << err_;
+    EXPECT_EQ(Summary("half")["count"], 4);
 }
 
 // A WSQ file on its own is one slap named after the file; a transaction
