@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "failing_new/failing_new.h"
-#include "engine/split_cases.h"
+#include "split_cases.h"
 #include "slapgen.h"
 
 namespace {
@@ -109,25 +109,14 @@ TEST(AllocationFailure, SplitterSplitsAllocateNothing)
     for (const auto& c : cases)
         expected.push_back(split_cases::SplitOn(s, c));
     for (size_t i = 0; i < cases.size(); i++) {
-        // The test's own buffers first, then the split alone with failures armed.
-        std::vector<std::vector<uint8_t>> buffers(KOVRAL_MAX_FINGERS,
-                                                  std::vector<uint8_t>(cases[i].outW * cases[i].outH, 77));
-        kovral_finger fingers[KOVRAL_MAX_FINGERS] = {};
-        for (int k = 0; k < KOVRAL_MAX_FINGERS; k++)
-            fingers[k].image = buffers[k].data();
-        const kovral_split_options options{cases[i].outW, cases[i].outH, KOVRAL_LOCATOR_EXACT};
-        int32_t count = 0;
-        int rc;
-        {
-            failing_new::Arm(0, true);
-            rc = kovral_split(s, cases[i].slap.pixels.data(), cases[i].slap.width, cases[i].slap.height, &options,
-                              fingers, &count, nullptr);
-            EXPECT_EQ(failing_new::Failures(), 0) << cases[i].what;
-            failing_new::Disarm();
-        }
-        EXPECT_EQ(rc, expected[i].rc) << cases[i].what;
-        EXPECT_EQ(count, expected[i].count) << cases[i].what;
-        EXPECT_TRUE(buffers == expected[i].images) << cases[i].what;
+        split_cases::SplitterSplit out(cases[i].outW, cases[i].outH); // the test's own buffers before the failures
+        failing_new::Arm(0, true);
+        out.Split(s, cases[i].slap);
+        EXPECT_EQ(failing_new::Failures(), 0) << cases[i].what;
+        failing_new::Disarm();
+        EXPECT_EQ(out.rc, expected[i].rc) << cases[i].what;
+        EXPECT_EQ(out.count, expected[i].count) << cases[i].what;
+        EXPECT_TRUE(out.images == expected[i].images) << cases[i].what;
     }
     kovral_splitter_free(s);
 }

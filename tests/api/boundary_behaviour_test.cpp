@@ -13,9 +13,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <thread>
-#include <vector>
 
 #include "slapgen.h"
+#include "split_cases.h"
 
 namespace {
 
@@ -24,34 +24,13 @@ namespace {
 TEST(Boundary, SplitNeverReadsReserved)
 {
     KOVRAL_Init(KOVRAL_MAX_WIDTH, KOVRAL_MAX_HEIGHT);
-    slapgen::Slap slap = slapgen::Generate(slapgen::FourFingerHand(1200, 900, 0, true, 5));
-    constexpr int OUT_W = 320, OUT_H = 480;
-    struct Result
-    {
-        int rc = 0, count = 0;
-        std::vector<std::vector<unsigned char>> buffers;
-        KOVRAL_INFO_ info[KOVRAL_MAX_RECORDS] = {};
-    };
-    auto split = [&](void* reserved) {
-        Result r;
-        r.buffers.assign(KOVRAL_MAX_RECORDS, std::vector<unsigned char>(OUT_W * OUT_H, 7));
-        for (int i = 0; i < KOVRAL_MAX_RECORDS; i++)
-            r.info[i].pFpImg = r.buffers[i].data();
-        r.rc = KOVRAL_DoSplit(slap.pixels.data(), slap.width, slap.height, reserved, OUT_W, OUT_H, &r.count, r.info);
-        return r;
-    };
-    const Result plain = split(nullptr);
-    const Result odd = split(reinterpret_cast<void*>(uintptr_t{1}));
+    const split_cases::Case hand{"hand", slapgen::Generate(slapgen::FourFingerHand(1200, 900, 0, true, 5)), 320, 480};
+    const split_cases::Result plain = split_cases::SplitLegacy(hand);
+    const split_cases::Result odd = split_cases::SplitLegacy(hand, reinterpret_cast<void*>(uintptr_t{1}));
     KOVRAL_Uninit();
     ASSERT_EQ(plain.rc, KOVRAL_OK);
     EXPECT_EQ(plain.count, 4);
-    EXPECT_EQ(odd.rc, plain.rc);
-    ASSERT_EQ(odd.count, plain.count);
-    for (int i = 0; i < plain.count; i++) {
-        EXPECT_EQ(odd.info[i].x, plain.info[i].x);
-        EXPECT_EQ(odd.info[i].angle, plain.info[i].angle);
-        EXPECT_EQ(odd.buffers[i], plain.buffers[i]);
-    }
+    EXPECT_TRUE(odd == plain);
 }
 
 // An image whose padded pixel data does not fit 32 bits is written like any

@@ -7,56 +7,38 @@
 
 #include <atomic>
 #include <thread>
-#include <vector>
 
 #include "slapgen.h"
+#include "split_cases.h"
 
 namespace {
 
-constexpr int OUT_W = 320;
-constexpr int OUT_H = 480;
-
-struct Buffers
-{
-    std::vector<std::vector<unsigned char>> pixels;
-    KOVRAL_INFO_ info[KOVRAL_MAX_RECORDS];
-    Buffers()
-    {
-        for (auto& record : info) {
-            pixels.emplace_back(OUT_W * OUT_H);
-            record.pFpImg = pixels.back().data();
-        }
-    }
-};
+using Buffers = split_cases::LegacySplit;
 
 TEST(ConcurrentUninit, SplitsRunningWhileUninitialising)
 {
     const slapgen::Slap slap = slapgen::Generate(slapgen::FourFingerHand(1600, 1000, 0, true, 7));
-    std::vector<unsigned char> image = slap.pixels;
     // What an undisturbed split gives: a split whose maps were released
     // under it would differ.
     ASSERT_EQ(KOVRAL_Init(1600, 1500), KOVRAL_OK);
-    Buffers reference;
-    int referenceCount = 0;
-    ASSERT_EQ(KOVRAL_DoSplit(image.data(), 1600, 1000, nullptr, OUT_W, OUT_H, &referenceCount, reference.info),
-              KOVRAL_OK);
+    Buffers reference(320, 480);
+    ASSERT_EQ(reference.Split(slap), KOVRAL_OK);
     KOVRAL_Uninit();
     for (int round = 0; round < 3; round++) {
         ASSERT_EQ(KOVRAL_Init(1600, 1500), KOVRAL_OK);
         std::atomic<int> splitsDone{0};
         std::atomic<bool> sawNotInit{false};
         std::thread splitter([&] {
-            Buffers b;
+            Buffers b(320, 480);
             for (int i = 0; i < 6; i++) {
-                int count = 0;
-                const int rc = KOVRAL_DoSplit(image.data(), 1600, 1000, nullptr, OUT_W, OUT_H, &count, b.info);
+                const int rc = b.Split(slap);
                 if (rc == KOVRAL_ENOTINIT) {
                     sawNotInit = true;
                     break;
                 }
                 EXPECT_EQ(rc, KOVRAL_OK);
-                EXPECT_EQ(count, referenceCount);
-                for (int f = 0; f < count; f++)
+                EXPECT_EQ(b.count, reference.count);
+                for (int f = 0; f < b.count; f++)
                     EXPECT_TRUE(b.pixels[f] == reference.pixels[f]) << "split " << i << ", finger " << f;
                 splitsDone++;
             }
@@ -68,16 +50,13 @@ TEST(ConcurrentUninit, SplitsRunningWhileUninitialising)
         KOVRAL_Uninit();
         splitter.join();
         // Once the Uninit returned, the library is uninitialised for every split.
-        Buffers after;
-        int count = 0;
-        EXPECT_EQ(KOVRAL_DoSplit(image.data(), 1600, 1000, nullptr, OUT_W, OUT_H, &count, after.info), KOVRAL_ENOTINIT);
+        EXPECT_EQ(Buffers(320, 480).Split(slap), KOVRAL_ENOTINIT);
     }
     // Usable again after a new Init.
     ASSERT_EQ(KOVRAL_Init(1600, 1500), KOVRAL_OK);
-    Buffers b;
-    int count = 0;
-    EXPECT_EQ(KOVRAL_DoSplit(image.data(), 1600, 1000, nullptr, OUT_W, OUT_H, &count, b.info), KOVRAL_OK);
-    EXPECT_EQ(count, 4);
+    Buffers b(320, 480);
+    EXPECT_EQ(b.Split(slap), KOVRAL_OK);
+    EXPECT_EQ(b.count, 4);
     KOVRAL_Uninit();
 }
 

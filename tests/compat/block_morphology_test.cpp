@@ -1,6 +1,6 @@
 #include "compat/compat.h"
 
-#include "locate/block_map_text.h"
+#include "block_map.h"
 
 #include <gtest/gtest.h>
 

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace {
 
 TEST(WidenFingerBoxes, ClampsAtEachSide)
@@ -24,10 +26,9 @@ TEST(WidenFingerBoxes, ClampsAtEachSide)
     for (const Case& c : cases) {
         tagRECT boxes[2] = {c.in, {1, 1, 1, 1}};
         WidenFingerBoxes(boxes, 1, 1600, 1488);
-        EXPECT_EQ(boxes[0].left, c.out.left);
-        EXPECT_EQ(boxes[0].top, c.out.top);
-        EXPECT_EQ(boxes[0].right, c.out.right);
-        EXPECT_EQ(boxes[0].bottom, c.out.bottom);
+        const tagRECT& b = boxes[0];
+        EXPECT_EQ(std::tuple(b.left, b.top, b.right, b.bottom),
+                  std::tuple(c.out.left, c.out.top, c.out.right, c.out.bottom)) << c.in.left << ", " << c.in.right;
         EXPECT_EQ(boxes[1].left, 1) << "only the first n boxes change";
     }
 }

@@ -1,44 +1,15 @@
 // Fingers cut out upright: the choice between plain window and turn, the window's place, and the turned
 // buffer's mapping, size, interpolation and content placement.
-#include "extract/extract.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <tuple>
-#include <vector>
+
+#include "finger_cut.h"
 
 namespace {
 
-constexpr unsigned char BK = 250;        // background gray; the pattern never takes it
-constexpr unsigned char UNTOUCHED = 165; // the caller's content of a finger buffer
-using Buf = std::vector<unsigned char>;
-
-constexpr auto PATTERN = [](int x, int y) { return (x * 7 + y * 13) % 241; };
-
-// One finger cut out of the w x h image pixel(x, y) into a buffer prefilled with UNTOUCHED.
-// Every block of the map holds its column index, so the finger's label is the block column of its centre,
-// which lands on pixel column 16 label + 8 (-1 matches nothing).
-struct Cut
-{
-    Buf out;
-    tagRECT box;
-    Cut(int w, int h, tagRECT b, int angle, int outW, int outH, const std::function<int(int, int)>& pixel = PATTERN,
-        signed char label = -1)
-        : out(outW * outH, UNTOUCHED), box(b)
-    {
-        Buf img(w * h);
-        for (int i = 0; i < w * h; i++)
-            img[i] = static_cast<unsigned char>(pixel(i % w, i / w));
-        std::vector<signed char> work((w / 16) * ((h + 15) / 16));
-        for (size_t i = 0; i < work.size(); i++)
-            work[i] = static_cast<signed char>(i % (w / 16));
-        unsigned char* buf = out.data();
-        tagPOINT c;
-        EXPECT_EQ(GetRoatedFp(img.data(), w, h, work.data(), 1, &box, &angle, &label, BK, &buf, outW, outH, &c), 1);
-    }
-};
+using namespace finger_cut;
 
 // A box is clamped in place to w - 1, h - 1, which leaves this one empty: it reads nothing and comes out
 // as fill.

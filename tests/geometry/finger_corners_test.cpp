@@ -1,18 +1,16 @@
 // The region a split cut out for a finger, as kovral_finger_corners reports
 // it: a plain window must be the very window the cut copied; a turned
 // finger's corners span its buffer, turned as the cut turns it.
-#include "extract/extract.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <vector>
+#include <tuple>
+
+#include "finger_cut.h"
 
 namespace {
 
-using Buf = std::vector<unsigned char>;
-constexpr unsigned char BK = 250;
-constexpr auto PATTERN = [](int x, int y) { return static_cast<unsigned char>((x * 7 + y * 13) % 241); };
+using namespace finger_cut;
 
 struct Corners
 {
@@ -23,25 +21,6 @@ struct Corners
     {
     }
 };
-
-// Cuts the finger whose box is centred on (cx, cy) out of a w x h pattern
-// image, as a split does (with the rows it uses), into out; returns the
-// finger's centre.
-tagPOINT CutFinger(int w, int h, int outW, int outH, int cx, int cy, int angle, Buf& out)
-{
-    const int h16 = h / 16 * 16;
-    Buf img(static_cast<size_t>(w) * h16);
-    for (size_t i = 0; i < img.size(); i++)
-        img[i] = PATTERN(static_cast<int>(i % w), static_cast<int>(i / w));
-    std::vector<signed char> work((w / 16) * (h16 / 16), 9);
-    tagRECT box{cx - 48, cy - 48, cx + 48, cy + 48};
-    signed char label = 9;
-    out.assign(static_cast<size_t>(outW) * outH, BK);
-    unsigned char* buf = out.data();
-    tagPOINT centre{};
-    EXPECT_EQ(GetRoatedFp(img.data(), w, h16, work.data(), 1, &box, &angle, &label, BK, &buf, outW, outH, &centre), 1);
-    return centre;
-}
 
 TEST(FingerCorners, PlainWindowIsTheWindowCopied)
 {
@@ -54,19 +33,17 @@ TEST(FingerCorners, PlainWindowIsTheWindowCopied)
         {640, 368, 256, 368, 120},    // h a multiple of 16, outH == h
     };
     for (const auto& r : rows) {
-        Buf out;
-        const tagPOINT centre = CutFinger(r.w, r.h, r.outW, r.outH, 16 * 20 + 8, 16 * 12 + 8, r.angle, out);
-        const Corners c(r.w, r.h, r.outW, r.outH, centre.x, centre.y, r.angle);
+        // A finger in block column 20, cut from the rows a split uses.
+        const Cut cut(r.w, r.h / 16 * 16, {280, 152, 376, 248}, r.angle, r.outW, r.outH, PATTERN, 20);
+        const Corners c(r.w, r.h, r.outW, r.outH, cut.centre.x, cut.centre.y, r.angle);
         ASSERT_EQ(c.rc, KOVRAL_OK);
         const tagPOINT tl = c.p[0];
-        EXPECT_EQ(c.p[1].x - tl.x, r.outW);
-        EXPECT_EQ(c.p[2].y - tl.y, r.outH);
-        EXPECT_EQ(c.p[3].x, c.p[1].x);
-        EXPECT_EQ(c.p[3].y, c.p[2].y);
-        Buf window(out.size());
-        for (size_t i = 0; i < window.size(); i++)
-            window[i] = PATTERN(tl.x + static_cast<int>(i % r.outW), tl.y + static_cast<int>(i / r.outW));
-        EXPECT_EQ(out, window) << "angle " << r.angle << " " << r.outW << " x " << r.outH;
+        EXPECT_EQ(std::tuple(c.p[1].x - tl.x, c.p[2].y - tl.y, c.p[3].x, c.p[3].y),
+                  std::tuple(r.outW, r.outH, c.p[1].x, c.p[2].y));
+        Buf window(cut.out.size());
+        for (int i = 0; i < r.outW * r.outH; i++)
+            window[i] = static_cast<unsigned char>(PATTERN(tl.x + i % r.outW, tl.y + i / r.outW));
+        EXPECT_EQ(cut.out, window) << "angle " << r.angle << " " << r.outW << " x " << r.outH;
     }
 }
 

@@ -1,6 +1,7 @@
 // Reading images: every format back to the same gray pixels, a reason for
 // every file that cannot be read, and the limits that hostile files meet.
 #include "hostile_images.h"
+#include "test_bytes.h"
 
 #include <kovral.h>
 #include <kovral_io.h>
@@ -14,8 +15,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <tuple>
 
 namespace {
@@ -48,17 +47,8 @@ Bytes Concat(const std::string& head, const Bytes& tail)
     return bytes;
 }
 
-Bytes ReadFile(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-void Put32(Bytes& b, size_t at, uint32_t v)
-{
-    for (int i = 0; i < 4; i++)
-        b[at + i] = static_cast<uint8_t>(v >> 8 * i);
-}
+using kovral_test::PutLittleEndian;
+using kovral_test::ReadBytes;
 
 // The pattern as a BMP of 24 or 32 bits, top-down when asked; three
 // channels that weigh to the pattern's gray.
@@ -67,10 +57,10 @@ Bytes DirectBmp(const GrayImage& image, int bits, bool topDown)
     const size_t bpp = bits / 8, stride = (image.width * bpp + 3) / 4 * 4;
     Bytes b(54 + stride * image.height, 0);
     b[0] = 'B', b[1] = 'M';
-    Put32(b, 10, 54);
-    Put32(b, 14, 40);
-    Put32(b, 18, image.width);
-    Put32(b, 22, static_cast<uint32_t>(topDown ? -image.height : image.height));
+    PutLittleEndian(b, 10, 54);
+    PutLittleEndian(b, 14, 40);
+    PutLittleEndian(b, 18, image.width);
+    PutLittleEndian(b, 22, static_cast<uint32_t>(topDown ? -image.height : image.height));
     b[26] = 1, b[28] = static_cast<uint8_t>(bits);
     for (int y = 0; y < image.height; y++)
         for (int x = 0; x < image.width; x++)
@@ -161,7 +151,7 @@ TEST(ImageReader, BadAndHostileFilesAreRefused)
     const Bytes bmp = kovral_io::EncodeGrayBmp(image);
     auto bmpWith = [&](size_t at, uint32_t value) {
         Bytes b = bmp;
-        Put32(b, at, value);
+        PutLittleEndian(b, at, value);
         return b;
     };
     const Bytes pgm = kovral_io::EncodeGrayPgm(image);
@@ -174,12 +164,12 @@ TEST(ImageReader, BadAndHostileFilesAreRefused)
          "corrupt PNG"},
         {"JPEG a byte short", Cut(kovral_io::EncodeGrayJpeg(image, 90), 1), "truncated JPEG"},
         // 127 bytes without quantisation or Huffman tables: once read uninitialised memory.
-        {"JPEG without tables", ReadFile(KOVRAL_IO_REGRESSIONS "/read_jpeg/jpeg-without-tables"),
+        {"JPEG without tables", ReadBytes(KOVRAL_IO_REGRESSIONS "/read_jpeg/jpeg-without-tables"),
          "corrupt JPEG: Quantization table 0x00 was not defined"},
         // Every bit of every coefficient in its own scan: minutes of decoding for a small file.
         {"progressive scan bomb", ScanBombJpeg(image, 10), "JPEG of more than 100 scans refused"},
         // Once overflowed while the width was read.
-        {"PGM of a 23-digit width", ReadFile(KOVRAL_IO_REGRESSIONS "/read_pnm/pgm-23-digit-width"),
+        {"PGM of a 23-digit width", ReadBytes(KOVRAL_IO_REGRESSIONS "/read_pnm/pgm-23-digit-width"),
          "corrupt PGM/PPM: the width is too large"},
         {"PGM a byte short", Cut(pgm, 1), "truncated PGM: 120014 of 120015 bytes"},
         {"PGM without its maximum", Concat("P5 300 400", {}), "truncated PGM/PPM: the header ends before the maximum"},
@@ -336,7 +326,7 @@ TEST(ImageWriters, BmpIsTheLibrarysBmp)
         GrayImage image = Pattern(w, 361);
         const std::string path = (dir / "library.bmp").string();
         ASSERT_EQ(KOVRAL_SaveToBmp(image.pixels.data(), w, image.height, path.c_str()), KOVRAL_OK);
-        EXPECT_TRUE(kovral_io::EncodeGrayBmp(image) == ReadFile(path)) << "width " << w;
+        EXPECT_TRUE(kovral_io::EncodeGrayBmp(image) == ReadBytes(path)) << "width " << w;
     }
 }
 

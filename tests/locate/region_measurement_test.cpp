@@ -1,7 +1,7 @@
 #include "compat/compat.h"
 #include "locate/locate.h"
 
-#include "block_map_text.h"
+#include "block_map.h"
 
 #include <gtest/gtest.h>
 

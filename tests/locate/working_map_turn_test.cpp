@@ -1,6 +1,6 @@
 #include "locate/locate.h"
 
-#include "block_map_text.h"
+#include "block_map.h"
 
 #include <gtest/gtest.h>
 

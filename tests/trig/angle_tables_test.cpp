@@ -13,20 +13,6 @@ namespace {
 
 constexpr double PI = 3.141592653589793;
 
-TEST(AngleTables, FixedPointValues)
-{
-    struct Case { int a, sin, cos; };
-    const Case cases[] = {
-        {0, 0, 2048}, {90, 2048, 0}, {30, 1024, 1774}, {45, 1448, 1448}, // exact and half values
-        {1, 36, 2048}, {2, 71, 2047}, {179, 36, -2048},  // smallest steps: 2047.69 rounds up; the last entry
-        {120, 1774, -1024},
-        {-30, -1024, 1774}, {-177, -107, -2045},         // below zero: sine negated, cosine kept
-        {210, -1024, -1774}, {270, -2048, 0}, {359, -36, 2048}, // above 180: both negated at a - 180
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(std::pair(sindn(c.a), cosdn(c.a)), std::pair(c.sin, c.cos)) << c.a;
-}
-
 // Over the whole folding domain: the float entries are the double sine and cosine, and the fixed-point
 // entries those float values times 2048, rounded half away from zero. cos 90 is not 0 but the float of
 // cos(pi / 2) in double.

@@ -24,12 +24,6 @@ void Patch(Bytes& b, const std::string& from, const std::string& to, size_t at =
     std::copy(to.begin(), to.end(), it);
 }
 
-void Put32(Bytes& b, size_t at, uint32_t v)
-{
-    for (int i = 0; i < 4; i++)
-        b[at + i] = uint8_t(v >> (24 - 8 * i));
-}
-
 struct Case
 {
     const char* what;
@@ -64,8 +58,8 @@ TEST(An2kDamagedFiles, ReadUpToTheDamage)
          "the content list gives IDC 1"},
         {"unreadable field in the Type-2 record", v18, [](Bytes& b) { Patch(b, "2.002:", "2.0x2:"); }, 3, "skipped"},
         {"bytes after the last record", v18, [](Bytes& b) { b.insert(b.end(), 10, 'x'); }, 3, "10 bytes after"},
-        {"binary length past the end", card, [](Bytes& b) { Put32(b, 288, 0xffffffff); }, 0, "4294967295 bytes long"},
-        {"binary length under its header", card, [](Bytes& b) { Put32(b, 288, 17); }, 0, "shorter than its header"},
+        {"binary length past the end", card, [](Bytes& b) { kovral_test::PutBigEndian(b, 288, 0xffffffff); }, 0, "4294967295 bytes long"},
+        {"binary length under its header", card, [](Bytes& b) { kovral_test::PutBigEndian(b, 288, 17); }, 0, "shorter than its header"},
         {"binary IDC differs from the list", card, [](Bytes& b) { b[288 + 4] = 9; }, 3, "its own IDC is 9"},
         {"unknown binary compression", card, [](Bytes& b) { b[288 + 17] = 7; }, 3, "", 2},
         {"tagged record with another record's type", card, [](Bytes& b) { Patch(b, "\x1e" "14\x1f", "\x1e" "13\x1f"); },

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace {
 
 using namespace kovral_test;
@@ -42,20 +44,15 @@ TEST(An2kNistFiles, RecordsAsListed)
         EXPECT_EQ(file.records, 5);
         auto r = std::find_if(file.images.begin(), file.images.end(), [&](auto& i) { return i.index == c.index; });
         ASSERT_NE(r, file.images.end());
-        EXPECT_EQ(r->type, c.type);
-        EXPECT_EQ(r->idc, c.idc);
-        EXPECT_EQ(r->impression, c.imp);
-        EXPECT_EQ(r->Position(), c.fgp);
+        EXPECT_EQ(std::tuple(r->type, r->idc, r->impression, r->Position(), r->compressionText),
+                  std::tuple(c.type, c.idc, c.imp, c.fgp, std::string(c.compression)));
         EXPECT_EQ(r->compression, kovral_io::An2kCompression::Wsq);
-        EXPECT_EQ(r->compressionText, c.compression);
-        EXPECT_EQ(r->statedWidth, c.statedW);
-        EXPECT_EQ(r->statedHeight, c.statedH);
+        EXPECT_EQ(std::pair(r->statedWidth, r->statedHeight), std::pair(c.statedW, c.statedH));
         EXPECT_NEAR(r->ppi, c.ppi, 1e-9);
 
         kovral_io::An2kImage image;
         ASSERT_TRUE(kovral_io::DecodeAn2kImage(bytes.data(), bytes.size(), *r, image, error)) << error;
-        EXPECT_EQ(image.width, c.w);
-        EXPECT_EQ(image.height, c.h);
+        EXPECT_EQ(std::pair(image.width, image.height), std::pair(c.w, c.h));
         EXPECT_EQ(!image.sizeNote.empty(), c.sizeNote) << image.sizeNote;
         const NistSlap* slap = std::find_if(std::begin(kNistSlaps), std::end(kNistSlaps), [&](const NistSlap& s) {
             return s.file == std::string(c.file) && s.fgp == c.fgp;

@@ -22,8 +22,7 @@ Bytes RightSlap()
 
 void Put16(Bytes& b, size_t at, int v)
 {
-    b[at] = uint8_t(v >> 8);
-    b[at + 1] = uint8_t(v);
+    kovral_test::PutBigEndian(b, at, uint32_t(v), 2);
 }
 
 TEST(WsqDamagedStreams, RefusedWithReason)

@@ -1,6 +1,6 @@
 // Files made to hurt a decoder, built at test time rather than committed.
-#ifndef KOVRAL_TESTS_IO_HOSTILE_IMAGES_H
-#define KOVRAL_TESTS_IO_HOSTILE_IMAGES_H
+#ifndef KOVRAL_TESTS_SUPPORT_IO_HOSTILE_IMAGES_H
+#define KOVRAL_TESTS_SUPPORT_IO_HOSTILE_IMAGES_H
 
 #include <kovral_io.h>
 

@@ -1,6 +1,6 @@
-// Block maps for the locate tests, written as text: rows split by "|", cells by blanks, "." for 0.
-#ifndef KOVRAL_TESTS_BLOCK_MAP_TEXT_H
-#define KOVRAL_TESTS_BLOCK_MAP_TEXT_H
+// Block maps for the locate and compat tests, written as text: rows split by "|", cells by blanks, "." for 0.
+#ifndef KOVRAL_TESTS_SUPPORT_BLOCK_MAP_H
+#define KOVRAL_TESTS_SUPPORT_BLOCK_MAP_H
 
 #include <cmath>
 #include <numbers>

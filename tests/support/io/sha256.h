@@ -1,7 +1,7 @@
 // SHA-256 of a byte string, as lowercase hex: the digests of decoded images
 // that the format tests compare with recorded ones.
-#ifndef KOVRAL_TESTS_IO_SHA256_H
-#define KOVRAL_TESTS_IO_SHA256_H
+#ifndef KOVRAL_TESTS_SUPPORT_IO_SHA256_H
+#define KOVRAL_TESTS_SUPPORT_IO_SHA256_H
 
 #include <cstddef>
 #include <cstdint>

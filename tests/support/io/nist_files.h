@@ -1,23 +1,17 @@
 // The NIST transaction files committed as test data, and the directory of
 // the reference decoder's PGM output when it sits beside the repository.
-#ifndef KOVRAL_TESTS_IO_NIST_FILES_H
-#define KOVRAL_TESTS_IO_NIST_FILES_H
+#ifndef KOVRAL_TESTS_SUPPORT_IO_NIST_FILES_H
+#define KOVRAL_TESTS_SUPPORT_IO_NIST_FILES_H
 
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
-namespace kovral_test {
+#include "../test_bytes.h"
 
-inline std::vector<uint8_t> ReadBytes(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+namespace kovral_test {
 
 inline std::string NistFile(const std::string& name) { return std::string(KOVRAL_NIST_DATA) + "/" + name; }
 
