@@ -20,11 +20,14 @@ def split_one(path, name, options):
     failure record.
     """
     try:
-        ok, fingers, message, skipped = _kovral._split_file(path, name, options)
+        ok, fingers, message, skipped, record = _kovral._split_file(path, name, options)
         if not ok:
             return failure(path, name, message)
-        with open(_kovral._summary_path(name, options), encoding="utf-8") as f:
-            summary = json.load(f)
+        if record:
+            summary = json.loads(record)
+        else:   # skipped: the summary an earlier run wrote
+            with open(_kovral._summary_path(name, options), encoding="utf-8") as f:
+                summary = json.load(f)
         return {"input": path, "name": name, "ok": True, "fingers": fingers, "message": message,
                 "skipped": skipped, "summary": summary}
     except Exception as e:  # a record, never a lost batch

@@ -175,7 +175,8 @@ kovral_tool::Options ToolOptions(const BatchOptions& batch)
 // Splits one slap file and writes its outputs exactly as kovral-split does.
 // Each thread keeps its own splitter and buffers, so that threads (and Dask
 // workers with several) split at the same time. Returns (ok, fingers,
-// message, skipped): message is what was written or the reason.
+// message, skipped, record): message is what was written or the reason,
+// record the slap's JSON summary when one was written, else "".
 py::tuple SplitFile(const std::string& path, const std::string& name, const BatchOptions& batch)
 {
     kovral_tool::Options options = ToolOptions(batch);
@@ -187,7 +188,7 @@ py::tuple SplitFile(const std::string& path, const std::string& name, const Batc
         const std::set<kovral_tool::FileIdentity> inputs = kovral_tool::InputIdentities({input});
         outcome = kovral_tool::SlapSplitter(options, inputs, &workspace).Split(input);
     }
-    return py::make_tuple(outcome.ok, outcome.fingers, outcome.message, outcome.skipped);
+    return py::make_tuple(outcome.ok, outcome.fingers, outcome.message, outcome.skipped, outcome.record);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 """kovral.dask against kovral-split: the same files, names and bytes from a
 local cluster of two worker processes on the loopback address."""
 
+import json
 import os
 import re
 import shutil
@@ -102,6 +103,7 @@ def test_same_bytes_as_the_tool(client, slaps, tmp_path, tool_options, arguments
     for r in records:
         if r["ok"]:
             assert r["fingers"] == len(r["summary"]["fingers"]) == r["summary"]["count"]
+            assert r["summary"] == json.loads(expected[r["name"] + ".json"])
 
 
 def test_a_rerun_never_replaces_outputs_unless_forced(client, slaps, tmp_path):
