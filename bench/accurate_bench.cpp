@@ -20,7 +20,8 @@ constexpr int OUT_H = 480;
 // Arguments of every benchmark: width, height, tilt of a right hand.
 slapgen::Slap MakeSlap(const benchmark::State& state)
 {
-    return slapgen::Generate(slapgen::FourFingerHand(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)),
+    return slapgen::Generate(slapgen::FourFingerHand(static_cast<int>(state.range(0)),
+                                                     static_cast<int>(state.range(1)),
                                                      static_cast<int>(state.range(2)), true, 1));
 }
 

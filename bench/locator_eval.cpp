@@ -35,8 +35,14 @@ constexpr int OUT_H = 480;
 constexpr int AXIS_SAMPLES = 50;
 constexpr double VISIBLE_SHARE = 0.3; // of the axis inside the image: the fingertip must be found
 
-double Cos(double deg) { return std::cos(deg * PI / 180.0); }
-double Sin(double deg) { return std::sin(deg * PI / 180.0); }
+double Cos(double deg)
+{
+    return std::cos(deg * PI / 180.0);
+}
+double Sin(double deg)
+{
+    return std::sin(deg * PI / 180.0);
+}
 
 bool Inside(const Box& b, double x, double y)
 {
@@ -63,7 +69,7 @@ double AngleError(double a, double b)
 struct Dice
 {
     uint32_t s;
-    explicit Dice(uint32_t seed) : s(seed * 2654435761u + 12345u) {}
+    explicit Dice(uint32_t seed) : s(seed * 2654435761u + 12345u) { }
     uint32_t Next()
     {
         s ^= s << 13;
@@ -99,8 +105,12 @@ Case FromPlan(const std::string& name, const slapgen::SlapSpec& plan)
         }
         if (inside == 0)
             continue;
-        TruthFinger t{sx / inside, sy / inside, static_cast<double>(f.angle), static_cast<double>(f.width),
-                      static_cast<double>(f.length), inside >= VISIBLE_SHARE * AXIS_SAMPLES};
+        TruthFinger t{sx / inside,
+                      sy / inside,
+                      static_cast<double>(f.angle),
+                      static_cast<double>(f.width),
+                      static_cast<double>(f.length),
+                      inside >= VISIBLE_SHARE * AXIS_SAMPLES};
         if (inside < AXIS_SAMPLES) // the cut-off part cannot be found: shrink the ellipse along the axis
             t.length = f.length * inside / static_cast<double>(AXIS_SAMPLES);
         t.length = std::max(t.length, t.width);
@@ -121,7 +131,7 @@ void Shift(slapgen::SlapSpec& plan, int dx, int dy)
 // Shifts the hand so that its outermost finger on one side is cut by that border.
 void CutByBorder(slapgen::SlapSpec& plan, Dice& d)
 {
-    const int side = d.Int(0, 2); // left, right, top
+    const int side = d.Int(0, 2);    // left, right, top
     const int depth = d.Int(20, 90); // how far the finger's centre stays inside
     if (side == 2) {
         int top = plan.height;
@@ -253,8 +263,9 @@ Outcome Score(const Case& c, const std::vector<Report>& reports)
     std::vector<Pair> pairs;
     for (int t = 0; t < static_cast<int>(c.fingers.size()); t++)
         for (int r = 0; r < static_cast<int>(reports.size()); r++) {
-            const double d = EllipseDistance(c.fingers[static_cast<std::size_t>(t)], reports[static_cast<std::size_t>(r)].x,
-                                             reports[static_cast<std::size_t>(r)].y);
+            const double d
+                = EllipseDistance(c.fingers[static_cast<std::size_t>(t)], reports[static_cast<std::size_t>(r)].x,
+                                  reports[static_cast<std::size_t>(r)].y);
             if (d <= 1.0)
                 pairs.push_back({d, t, r});
         }
@@ -394,8 +405,10 @@ void PrintTable(const char* title, const Totals& e, const Totals& a)
     std::printf("  %-34s %16s %16s\n", "fingertips found", x, y);
     std::printf("  %-34s %16d %16d\n", "extra reports", e.extra, a.extra);
     std::printf("  %-34s %16d %16d\n", "  of them on text, lines, holes", e.onMarks, a.onMarks);
-    std::snprintf(x, sizeof x, "%.1f / %.1f / %.1f", Mean(e.centre), Quantile(e.centre, 0.5), Quantile(e.centre, 0.9));
-    std::snprintf(y, sizeof y, "%.1f / %.1f / %.1f", Mean(a.centre), Quantile(a.centre, 0.5), Quantile(a.centre, 0.9));
+    std::snprintf(x, sizeof x, "%.1f / %.1f / %.1f", Mean(e.centre), Quantile(e.centre, 0.5),
+                  Quantile(e.centre, 0.9));
+    std::snprintf(y, sizeof y, "%.1f / %.1f / %.1f", Mean(a.centre), Quantile(a.centre, 0.5),
+                  Quantile(a.centre, 0.9));
     std::printf("  %-34s %16s %16s\n", "centre error px mean / med / p90", x, y);
     std::snprintf(x, sizeof x, "%.1f / %.1f / %.1f", Mean(e.angle), Quantile(e.angle, 0.5), Quantile(e.angle, 0.9));
     std::snprintf(y, sizeof y, "%.1f / %.1f / %.1f", Mean(a.angle), Quantile(a.angle, 0.5), Quantile(a.angle, 0.9));
@@ -519,8 +532,9 @@ int main(int argc, char** argv)
     using namespace eval;
     Options opt;
     if (!ParseArgs(argc, argv, opt)) {
-        std::fprintf(stderr, "usage: %s [--set generated|hard|real|all] [--count N] [--truth FILE] [--realdata DIR]\n"
-                             "       [--verbose] [--dump DIR] [--min-generated P] [--min-hard P] [--min-real N]\n",
+        std::fprintf(stderr,
+                     "usage: %s [--set generated|hard|real|all] [--count N] [--truth FILE] [--realdata DIR]\n"
+                     "       [--verbose] [--dump DIR] [--min-generated P] [--min-hard P] [--min-real N]\n",
                      argv[0]);
         return 2;
     }

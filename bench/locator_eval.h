@@ -28,9 +28,9 @@ struct Case
     int width = 0, height = 0;
     std::vector<uint8_t> pixels;
     std::vector<TruthFinger> fingers;
-    std::vector<Box> marks;   // text, lines, holes: nothing may be reported in them
-    std::vector<Box> ignore;  // prints that belong to no finger of this slap: reports there do not count
-    std::string hand;         // "right", "left", "thumbs" or empty
+    std::vector<Box> marks;  // text, lines, holes: nothing may be reported in them
+    std::vector<Box> ignore; // prints that belong to no finger of this slap: reports there do not count
+    std::string hand;        // "right", "left", "thumbs" or empty
 };
 
 struct Report

@@ -26,7 +26,15 @@ namespace {
 
 struct Json
 {
-    enum Kind { Null, Number, String, Array, Object } kind = Null;
+    enum Kind
+    {
+        Null,
+        Number,
+        String,
+        Array,
+        Object
+    } kind
+        = Null;
     double number = 0;
     std::string text;
     std::vector<Json> items;
@@ -43,12 +51,9 @@ struct Json
 class Parser
 {
 public:
-    explicit Parser(const std::string& s) : s_(s) {}
+    explicit Parser(const std::string& s) : s_(s) { }
 
-    bool Parse(Json& out)
-    {
-        return Value(out, 0) && (Skip(), pos_ == s_.size());
-    }
+    bool Parse(Json& out) { return Value(out, 0) && (Skip(), pos_ == s_.size()); }
 
 private:
     static constexpr int MAX_DEPTH = 16;
@@ -151,8 +156,10 @@ std::vector<uint8_t> Upsample(const std::vector<uint8_t>& src, int w, int h, int
             const double sx = std::fmax((x + 0.5) / k - 0.5, 0.0);
             const int x0 = std::min(static_cast<int>(sx), w - 1), x1 = std::min(x0 + 1, w - 1);
             const double fx = sx - x0;
-            const double top = src[static_cast<std::size_t>(y0) * w + x0] * (1 - fx) + src[static_cast<std::size_t>(y0) * w + x1] * fx;
-            const double bottom = src[static_cast<std::size_t>(y1) * w + x0] * (1 - fx) + src[static_cast<std::size_t>(y1) * w + x1] * fx;
+            const double top = src[static_cast<std::size_t>(y0) * w + x0] * (1 - fx)
+                + src[static_cast<std::size_t>(y0) * w + x1] * fx;
+            const double bottom = src[static_cast<std::size_t>(y1) * w + x0] * (1 - fx)
+                + src[static_cast<std::size_t>(y1) * w + x1] * fx;
             out[static_cast<std::size_t>(y) * w * k + x] = static_cast<uint8_t>(top * (1 - fy) + bottom * fy + 0.5);
         }
     }

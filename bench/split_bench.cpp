@@ -27,7 +27,14 @@ constexpr int BOX_MARGIN = 16;
 constexpr int BOX_INSET = 2;
 
 // The slaps of the whole-split benchmarks, by number.
-enum SlapId { TILTED = 0, UPRIGHT, TWO_FINGERS, SMALLEST, SLAP_COUNT };
+enum SlapId
+{
+    TILTED = 0,
+    UPRIGHT,
+    TWO_FINGERS,
+    SMALLEST,
+    SLAP_COUNT
+};
 
 struct SlapCase
 {

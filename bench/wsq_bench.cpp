@@ -15,7 +15,7 @@ struct Slap
 {
     const char* name;
     const char* file;
-    size_t offset, bytes;   // the WSQ stream inside the transaction file
+    size_t offset, bytes; // the WSQ stream inside the transaction file
 };
 
 const Slap kSlaps[] = {
@@ -28,17 +28,14 @@ void BM_DecodeWsq(benchmark::State& state, const Slap& slap)
 {
     std::ifstream in(std::string(KOVRAL_NIST_DATA) + "/" + slap.file, std::ios::binary);
     const std::vector<uint8_t> file((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (file.size() < slap.offset + slap.bytes)
-    {
+    if (file.size() < slap.offset + slap.bytes) {
         state.SkipWithError("test data missing");
         return;
     }
     kovral_io::WsqImage image;
     std::string error;
-    for (auto _ : state)
-    {
-        if (!kovral_io::DecodeWsq(file.data() + slap.offset, slap.bytes, image, error))
-        {
+    for (auto _ : state) {
+        if (!kovral_io::DecodeWsq(file.data() + slap.offset, slap.bytes, image, error)) {
             state.SkipWithError(error.c_str());
             return;
         }

@@ -18,17 +18,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return error.empty() ? (std::abort(), 0) : 0;
     kovral_io::WsqLimits limits;
     limits.maxPixels = 1 << 20;
-    for (const auto& record : file.images)
-    {
+    for (const auto& record : file.images) {
         if (record.dataOffset > size || record.dataSize > size - record.dataOffset)
             std::abort();
         kovral_io::An2kImage image;
-        if (kovral_io::DecodeAn2kImage(data, size, record, image, error, limits) &&
-            image.pixels.size() != size_t(image.width) * size_t(image.height))
+        if (kovral_io::DecodeAn2kImage(data, size, record, image, error, limits)
+            && image.pixels.size() != size_t(image.width) * size_t(image.height))
             std::abort();
     }
-    const kovral_io::FingerprintListing listing =
-        kovral_io::ListFingerprintRecords(data, size, kovral_io::RecordSelection::Slaps, false);
+    const kovral_io::FingerprintListing listing
+        = kovral_io::ListFingerprintRecords(data, size, kovral_io::RecordSelection::Slaps, false);
     for (const auto& listed : listing.records)
         if (std::none_of(file.images.begin(), file.images.end(),
                          [&](const kovral_io::An2kImageRecord& r) { return r.index == listed.record; }))

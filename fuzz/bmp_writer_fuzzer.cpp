@@ -37,7 +37,9 @@ struct MemoryFile
     ~MemoryFile() { close(fd); }
     std::vector<uint8_t> Read() const
     {
-        struct stat st{};
+        struct stat st
+        {
+        };
         fstat(fd, &st);
         std::vector<uint8_t> bytes(static_cast<size_t>(st.st_size));
         if (!bytes.empty())

@@ -35,7 +35,8 @@ Bytes Pixels(FuzzBytes& in, int w, int h)
     const size_t given = std::min(img.size(), in.Left());
     std::copy_n(in.Rest(), given, img.begin());
     for (size_t i = given; i < img.size(); i++)
-        img[i] = given > 0 ? img[i % given] ^ static_cast<unsigned char>(i / given) : static_cast<unsigned char>(i * 37);
+        img[i]
+            = given > 0 ? img[i % given] ^ static_cast<unsigned char>(i / given) : static_cast<unsigned char>(i * 37);
     return img;
 }
 
@@ -105,8 +106,8 @@ void Cut(FuzzBytes& in)
         fastPtr[i] = fast[i].data(), slowPtr[i] = slow[i].data();
     std::vector<tagRECT> fastBoxes = boxes, slowBoxes = boxes;
     std::vector<tagPOINT> fastCentres(n), slowCentres(n);
-    const int a = GetRoatedFp(img.data(), w, h, work.data(), n, fastBoxes.data(), angles.data(), labels.data(), bkGray,
-                              fastPtr.data(), outW, outH, fastCentres.data());
+    const int a = GetRoatedFp(img.data(), w, h, work.data(), n, fastBoxes.data(), angles.data(), labels.data(),
+                              bkGray, fastPtr.data(), outW, outH, fastCentres.data());
     const int b = reference::GetRoatedFp(img.data(), w, h, work.data(), n, slowBoxes.data(), angles.data(),
                                          labels.data(), bkGray, slowPtr.data(), outW, outH, slowCentres.data());
     FUZZ_CHECK(a == b);
@@ -122,10 +123,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     FuzzBytes in(data, size);
     switch (in.U8() % 4) {
-    case 0: Texture(in); break;
-    case 1: Cleaning(in); break;
-    case 2: Measurement(in); break;
-    default: Cut(in); break;
+    case 0:
+        Texture(in);
+        break;
+    case 1:
+        Cleaning(in);
+        break;
+    case 2:
+        Measurement(in);
+        break;
+    default:
+        Cut(in);
+        break;
     }
     return 0;
 }

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int MAX_CANDIDATES = 10;
 constexpr int BLOCK = 16;
-constexpr int MIN_EMITTED_BLOCKS = 10;  // narrower regions are never emitted
+constexpr int MIN_EMITTED_BLOCKS = 10; // narrower regions are never emitted
 constexpr int MAX_ANGLE = 179;
 constexpr int32_t SENTINEL = 0x5A5A5A5A;
 constexpr signed char SENTINEL_LABEL = -99;

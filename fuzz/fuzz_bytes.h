@@ -12,7 +12,7 @@
 class FuzzBytes
 {
 public:
-    FuzzBytes(const uint8_t* data, size_t size) : data_(data), size_(size) {}
+    FuzzBytes(const uint8_t* data, size_t size) : data_(data), size_(size) { }
 
     uint8_t U8() { return pos_ < size_ ? data_[pos_++] : 0; }
 
@@ -45,12 +45,12 @@ private:
 };
 
 // A broken property: reported like a crash, so that libFuzzer keeps the input.
-#define FUZZ_CHECK(cond)                                                                \
-    do {                                                                                \
-        if (!(cond)) {                                                                  \
-            std::fprintf(stderr, "%s:%d: property failed: %s\n", __FILE__, __LINE__, #cond); \
-            std::abort();                                                               \
-        }                                                                               \
+#define FUZZ_CHECK(cond)                                                                                             \
+    do {                                                                                                             \
+        if (!(cond)) {                                                                                               \
+            std::fprintf(stderr, "%s:%d: property failed: %s\n", __FILE__, __LINE__, #cond);                         \
+            std::abort();                                                                                            \
+        }                                                                                                            \
     } while (0)
 
 #endif

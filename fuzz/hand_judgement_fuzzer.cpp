@@ -24,8 +24,8 @@ constexpr uint8_t SENTINEL_QUALITY = 0xEE;
 bool SameRecords(const KOVRAL_INFO_* a, const KOVRAL_INFO_* b)
 {
     for (int i = 0; i < KOVRAL_MAX_RECORDS; i++)
-        if (a[i].x != b[i].x || a[i].y != b[i].y || a[i].angle != b[i].angle || a[i].quality != b[i].quality ||
-            a[i].pFpImg != b[i].pFpImg)
+        if (a[i].x != b[i].x || a[i].y != b[i].y || a[i].angle != b[i].angle || a[i].quality != b[i].quality
+            || a[i].pFpImg != b[i].pFpImg)
             return false;
     return true;
 }

@@ -35,8 +35,7 @@ void FuzzReader(const uint8_t* data, size_t size, Recognises recognises, Decode 
     decode(bytes, options, second);
     FUZZ_CHECK(first.ok == second.ok);
     FUZZ_CHECK(first.reason == second.reason);
-    if (!first.ok)
-    {
+    if (!first.ok) {
         FUZZ_CHECK(!first.reason.empty());
         return;
     }
@@ -51,8 +50,7 @@ void FuzzReader(const uint8_t* data, size_t size, Recognises recognises, Decode 
     reused.image.pixels.assign(size, 0xA5);
     decode(bytes, options, reused);
     FUZZ_CHECK(reused.ok && reused.image.pixels == image.pixels);
-    if (inPlace)
-    {
+    if (inPlace) {
         kovral_io::ReadResult here;
         here.image.pixels.assign(data, data + size);
         decode(kovral_io::detail::Bytes(here.image.pixels.data(), size), options, here);

@@ -17,8 +17,8 @@ namespace {
 constexpr int MAX_REGIONS = LAST_LABEL - FIRST_LABEL + 1;
 constexpr int MAX_ANGLE = 179;
 constexpr int UPRIGHT = 90;
-constexpr int KEPT_ROWS = 37;      // rows of a region that the cut keeps
-constexpr int BOX_REACH = 300;     // starting box fields of GetFpPos: -300..300
+constexpr int KEPT_ROWS = 37;  // rows of a region that the cut keeps
+constexpr int BOX_REACH = 300; // starting box fields of GetFpPos: -300..300
 
 int Cell(const std::vector<signed char>& map, int w, int x, int y)
 {
@@ -64,8 +64,8 @@ void CheckCut(std::vector<signed char>& map, int w, int h, signed char label, ta
     CutLongFpDrct(map.data(), w, h, label, rect);
     if (given.bottom - given.top <= KEPT_ROWS) {
         FUZZ_CHECK(map == entry);
-        FUZZ_CHECK(rect.left == given.left && rect.top == given.top && rect.right == given.right &&
-                   rect.bottom == given.bottom);
+        FUZZ_CHECK(rect.left == given.left && rect.top == given.top && rect.right == given.right
+                   && rect.bottom == given.bottom);
         return;
     }
     // Only cells of the label in the rows below the kept ones are erased.
@@ -77,8 +77,9 @@ void CheckCut(std::vector<signed char>& map, int w, int h, signed char label, ta
     // What remains is measured over the whole map; an emptied label gives
     // the scan's start values.
     const bool empty = rect.left == w && rect.top == h && rect.right == 0 && rect.bottom == 0;
-    FUZZ_CHECK(empty || (rect.left >= 0 && rect.left <= rect.right && rect.right < w && rect.top >= 0 &&
-                         rect.top <= rect.bottom && rect.bottom < h));
+    FUZZ_CHECK(empty
+               || (rect.left >= 0 && rect.left <= rect.right && rect.right < w && rect.top >= 0
+                   && rect.top <= rect.bottom && rect.bottom < h));
 }
 
 } // namespace

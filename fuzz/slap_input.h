@@ -21,7 +21,7 @@
 namespace slap_input {
 
 constexpr int MAX_FINGERS_DRAWN = 6;
-constexpr int OUTSIDE = 200;  // finger centres may lie this far outside the image
+constexpr int OUTSIDE = 200; // finger centres may lie this far outside the image
 
 // Fills r (sizes, no spoil) and returns the slap, exactly w x h pixels.
 inline slapgen::Slap Read(FuzzBytes& in, split_harness::Request& r)
@@ -64,7 +64,7 @@ inline slapgen::Slap Read(FuzzBytes& in, split_harness::Request& r)
     slapgen::Slap slap = slapgen::Generate(plan);
     FUZZ_CHECK(slap.width == r.w && slap.height == r.h);
     FUZZ_CHECK(slap.pixels.size() == static_cast<size_t>(r.w) * static_cast<size_t>(r.h));
-    slap.pixels.shrink_to_fit();  // exactly w x h bytes, so that a read past them is seen
+    slap.pixels.shrink_to_fit(); // exactly w x h bytes, so that a read past them is seen
     return slap;
 }
 

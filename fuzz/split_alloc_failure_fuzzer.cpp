@@ -11,7 +11,6 @@
 #include "slap_input.h"
 #include "split_harness.h"
 
-
 namespace {
 
 constexpr int FAIL_AT_RANGE = 128;

@@ -86,8 +86,7 @@ inline int ExpectedResult(const Request& r)
 // must supply a real w x h image.
 inline bool NeedsImage(const Request& r)
 {
-    return r.w >= KOVRAL_MIN_WIDTH && r.w <= KOVRAL_MAX_WIDTH && r.h >= KOVRAL_MIN_HEIGHT &&
-           r.h <= KOVRAL_MAX_HEIGHT;
+    return r.w >= KOVRAL_MIN_WIDTH && r.w <= KOVRAL_MAX_WIDTH && r.h >= KOVRAL_MIN_HEIGHT && r.h <= KOVRAL_MAX_HEIGHT;
 }
 
 inline bool AllBytes(const uint8_t* p, size_t n, uint8_t v)
@@ -157,7 +156,7 @@ inline int Run(const Request& r, uint8_t* pixels, bool outOfMemory = false, void
         FUZZ_CHECK(count >= 0 && count <= MAX_FINGERS);
     else
         FUZZ_CHECK(count == SENTINEL);
-    const int filled = rc == KOVRAL_OK ? count : 0;      // records written
+    const int filled = rc == KOVRAL_OK ? count : 0;        // records written
     const int cut = rc == KOVRAL_OK || ranOut ? count : 0; // buffers that may be written
     for (int i = 0; i < KOVRAL_MAX_RECORDS; i++) {
         const KOVRAL_INFO_& rec = info[i];

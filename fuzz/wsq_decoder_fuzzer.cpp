@@ -16,8 +16,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     kovral_io::WsqFrame frame;
     std::string frameError;
     const bool frameOk = kovral_io::ReadWsqFrame(data, size, frame, frameError);
-    if (ok && (!frameOk || frame.width != image.width || frame.height != image.height ||
-               image.pixels.size() != size_t(image.width) * size_t(image.height)))
+    if (ok
+        && (!frameOk || frame.width != image.width || frame.height != image.height
+            || image.pixels.size() != size_t(image.width) * size_t(image.height)))
         std::abort();
     if (!ok && (error.empty() || !image.pixels.empty()))
         std::abort();

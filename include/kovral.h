@@ -52,14 +52,14 @@ extern "C" {
 /* Result codes of the entry points. */
 enum kovral_result
 {
-    KOVRAL_OK = 1,             /* done (a split that found no finger included) */
-    KOVRAL_JUDGE_RIGHT = 0,    /* hand judgement: highest finger right of the lowest */
-    KOVRAL_JUDGE_LEFT = 1,     /* hand judgement: highest finger left of the lowest */
-    KOVRAL_EINVAL = -1,        /* an argument was refused, or no judgement possible */
-    KOVRAL_ENOTINIT = -2,      /* KOVRAL_Init has not been called */
-    KOVRAL_ENOMEM = -3,        /* a split could not get working memory */
-    KOVRAL_EFILE = -3,         /* the BMP file could not be created */
-    KOVRAL_ETOOBIG = -4        /* the image is larger than the splitter was made for */
+    KOVRAL_OK = 1,          /* done (a split that found no finger included) */
+    KOVRAL_JUDGE_RIGHT = 0, /* hand judgement: highest finger right of the lowest */
+    KOVRAL_JUDGE_LEFT = 1,  /* hand judgement: highest finger left of the lowest */
+    KOVRAL_EINVAL = -1,     /* an argument was refused, or no judgement possible */
+    KOVRAL_ENOTINIT = -2,   /* KOVRAL_Init has not been called */
+    KOVRAL_ENOMEM = -3,     /* a split could not get working memory */
+    KOVRAL_EFILE = -3,      /* the BMP file could not be created */
+    KOVRAL_ETOOBIG = -4     /* the image is larger than the splitter was made for */
 };
 
 /* Limits of a split request, in pixels. */
@@ -90,11 +90,11 @@ typedef struct tagPOINT
 /* One finger of a split. */
 typedef struct KOVRAL_INFO_
 {
-    int32_t x;         /* out: centre column in the source image, pixels */
-    int32_t y;         /* out: centre row in the source image, pixels */
-    int32_t angle;     /* out: axis angle in degrees, 90 upright, below 90 leaning right */
-    uint8_t quality;   /* out: 0..99; 0 when the centre is outside columns 110..1450 or rows 310..1320 */
-    uint8_t* pFpImg;   /* in: caller's buffer of outW x outH bytes; out: the upright finger */
+    int32_t x;       /* out: centre column in the source image, pixels */
+    int32_t y;       /* out: centre row in the source image, pixels */
+    int32_t angle;   /* out: axis angle in degrees, 90 upright, below 90 leaning right */
+    uint8_t quality; /* out: 0..99; 0 when the centre is outside columns 110..1450 or rows 310..1320 */
+    uint8_t* pFpImg; /* in: caller's buffer of outW x outH bytes; out: the upright finger */
 } KOVRAL_INFO_;
 
 /*
@@ -149,8 +149,8 @@ KOVRAL_API void KOVRAL_Uninit(void);
  * to a count of 0 with KOVRAL_OK) or reports a finger as upright (angle 90);
  * one while cutting out or cleaning fingers gives KOVRAL_ENOMEM.
  */
-KOVRAL_API int KOVRAL_DoSplit(unsigned char* img, int w, int h, void* reserved,
-                              int outW, int outH, int* pCount, KOVRAL_INFO_* pInfo);
+KOVRAL_API int KOVRAL_DoSplit(unsigned char* img, int w, int h, void* reserved, int outW, int outH, int* pCount,
+                              KOVRAL_INFO_* pInfo);
 
 /*
  * Tells the hand layout of a four-finger split from its records (in the
@@ -214,10 +214,10 @@ KOVRAL_API int32_t kovral_finger_corners(int32_t image_width, int32_t image_heig
 /* How a split finds the fingers. */
 enum kovral_locator
 {
-    KOVRAL_LOCATOR_EXACT = 0,    /* KOVRAL_DoSplit's locator: the same results, bit for bit */
-    KOVRAL_LOCATOR_ACCURATE = 1  /* finds more fingers (touching, faint, cut by the border) and skips text, lines
-                                    and holes; reports confidence, flags, hand and deficiencies. Fingers are cut
-                                    about their fingertip centre; a split allocates working memory */
+    KOVRAL_LOCATOR_EXACT = 0,   /* KOVRAL_DoSplit's locator: the same results, bit for bit */
+    KOVRAL_LOCATOR_ACCURATE = 1 /* finds more fingers (touching, faint, cut by the border) and skips text, lines
+                                   and holes; reports confidence, flags, hand and deficiencies. Fingers are cut
+                                   about their fingertip centre; a split allocates working memory */
 };
 
 /* Flags of one finger (the accurate locator sets them; the exact one leaves 0). */
@@ -235,8 +235,8 @@ enum kovral_locator
 
 /* Hand layouts of a kovral_slap_report. */
 #define KOVRAL_HAND_UNKNOWN 0
-#define KOVRAL_HAND_RIGHT 1   /* a right hand's four fingers: index leftmost */
-#define KOVRAL_HAND_LEFT 2    /* a left hand's four fingers: little finger leftmost */
+#define KOVRAL_HAND_RIGHT 1 /* a right hand's four fingers: index leftmost */
+#define KOVRAL_HAND_LEFT 2  /* a left hand's four fingers: little finger leftmost */
 #define KOVRAL_HAND_THUMBS 3
 
 /* Holds the block maps and all work memory of splits up to a given size;
@@ -245,31 +245,31 @@ typedef struct kovral_splitter kovral_splitter;
 
 typedef struct kovral_split_options
 {
-    int32_t finger_width;   /* width of every finger buffer (outW of KOVRAL_DoSplit) */
-    int32_t finger_height;  /* height (outH) */
-    int32_t locator;        /* enum kovral_locator */
+    int32_t finger_width;  /* width of every finger buffer (outW of KOVRAL_DoSplit) */
+    int32_t finger_height; /* height (outH) */
+    int32_t locator;       /* enum kovral_locator */
 } kovral_split_options;
 
 /* One finger of a split. */
 typedef struct kovral_finger
 {
-    int32_t x;           /* out: centre column in the source image, pixels */
-    int32_t y;           /* out: centre row */
-    int32_t angle;       /* out: axis angle in degrees, 90 upright, below 90 leaning right */
-    int32_t quality;     /* out: 0..99, as KOVRAL_INFO_ */
-    uint8_t* image;      /* in: caller's buffer of finger_width x finger_height bytes; out: the upright finger */
-    int32_t confidence;  /* out: 0..100 that this is a finger; the exact locator gives 100 */
-    uint32_t flags;      /* out: KOVRAL_FINGER_* */
+    int32_t x;          /* out: centre column in the source image, pixels */
+    int32_t y;          /* out: centre row */
+    int32_t angle;      /* out: axis angle in degrees, 90 upright, below 90 leaning right */
+    int32_t quality;    /* out: 0..99, as KOVRAL_INFO_ */
+    uint8_t* image;     /* in: caller's buffer of finger_width x finger_height bytes; out: the upright finger */
+    int32_t confidence; /* out: 0..100 that this is a finger; the exact locator gives 100 */
+    uint32_t flags;     /* out: KOVRAL_FINGER_* */
 } kovral_finger;
 
 /* What a split found about the slap as a whole. */
 typedef struct kovral_slap_report
 {
-    int32_t hand;             /* KOVRAL_HAND_*; the exact locator judges four fingers as KOVRAL_JudegeFingers does */
-    int32_t hand_confidence;  /* 0..100; the exact locator gives 100 for a judged hand, else 0 */
-    uint32_t deficiencies;    /* KOVRAL_DEFICIENCY_* bits (accurate locator; exact: 0) */
-    int32_t rejected_count;   /* regions rejected as not fingers (accurate locator; exact: 0) */
-    tagRECT rejected[8];      /* their boxes, source pixels */
+    int32_t hand;            /* KOVRAL_HAND_*; the exact locator judges four fingers as KOVRAL_JudegeFingers does */
+    int32_t hand_confidence; /* 0..100; the exact locator gives 100 for a judged hand, else 0 */
+    uint32_t deficiencies;   /* KOVRAL_DEFICIENCY_* bits (accurate locator; exact: 0) */
+    int32_t rejected_count;  /* regions rejected as not fingers (accurate locator; exact: 0) */
+    tagRECT rejected[8];     /* their boxes, source pixels */
 } kovral_slap_report;
 
 /*

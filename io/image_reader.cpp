@@ -36,11 +36,10 @@ void DecodeRaw(Bytes bytes, const ReadOptions& options, ReadResult& result)
 {
     const PixelSize raw = *options.rawSize;
     const uint64_t needed = static_cast<uint64_t>(raw.width) * static_cast<uint64_t>(raw.height);
-    if (raw.width <= 0 || raw.height <= 0 || bytes.size() != needed)
-    {
+    if (raw.width <= 0 || raw.height <= 0 || bytes.size() != needed) {
         result.reason = "not a " + KnownFormats() + " image, and its " + std::to_string(bytes.size())
-                        + " bytes are not the " + std::to_string(raw.width) + " x " + std::to_string(raw.height)
-                        + " = " + std::to_string(needed) + " of a raw image";
+            + " bytes are not the " + std::to_string(raw.width) + " x " + std::to_string(raw.height) + " = "
+            + std::to_string(needed) + " of a raw image";
         return;
     }
     result.format = "raw";
@@ -83,19 +82,16 @@ bool ReadRegularFile(const std::string& path, uint64_t limit, std::vector<uint8_
     // The type is checked before opening, and the file is opened without
     // blocking, so that a FIFO or a device is refused rather than waited on.
     struct stat info;
-    if (stat(path.c_str(), &info) != 0)
-    {
+    if (stat(path.c_str(), &info) != 0) {
         reason = SystemError("cannot open");
         return false;
     }
-    if (!S_ISREG(info.st_mode))
-    {
+    if (!S_ISREG(info.st_mode)) {
         reason = FileKind(info.st_mode);
         return false;
     }
     int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    if (fd < 0)
-    {
+    if (fd < 0) {
         reason = SystemError("cannot open");
         return false;
     }
@@ -103,31 +99,24 @@ bool ReadRegularFile(const std::string& path, uint64_t limit, std::vector<uint8_
     bool ok = fstat(fd, &info) == 0;
     if (!ok)
         reason = SystemError("cannot read");
-    else if (!S_ISREG(info.st_mode))
-    {
+    else if (!S_ISREG(info.st_mode)) {
         reason = FileKind(info.st_mode);
         ok = false;
-    }
-    else if (static_cast<uint64_t>(info.st_size) > limit)
-    {
+    } else if (static_cast<uint64_t>(info.st_size) > limit) {
         reason = "file of " + std::to_string(info.st_size) + " bytes is larger than the limit of "
-                 + std::to_string(limit);
+            + std::to_string(limit);
         ok = false;
     }
-    if (ok)
-    {
+    if (ok) {
         // The file may grow or shrink while it is read: read to its end, within
         // the limit. One byte more than its size tells the end without a second read.
         size_t room = static_cast<size_t>(info.st_size) + 1;
         if (storage.size() < room)
             storage.resize(room);
         size_t have = 0;
-        for (;;)
-        {
-            if (have == room)
-            {
-                if (have > limit)
-                {
+        for (;;) {
+            if (have == room) {
+                if (have > limit) {
                     reason = "file grew past the limit of " + std::to_string(limit) + " bytes while read";
                     ok = false;
                     break;
@@ -139,8 +128,7 @@ bool ReadRegularFile(const std::string& path, uint64_t limit, std::vector<uint8_
             ssize_t n = read(fd, storage.data() + have, room - have);
             if (n < 0 && errno == EINTR)
                 continue;
-            if (n < 0)
-            {
+            if (n < 0) {
                 reason = SystemError("cannot read");
                 ok = false;
                 break;
@@ -158,19 +146,16 @@ bool ReadRegularFile(const std::string& path, uint64_t limit, std::vector<uint8_
 // Decodes bytes into result, which is fresh but for the memory of its image.
 void Decode(Bytes bytes, const ReadOptions& options, ReadResult& result)
 {
-    if (bytes.empty())
-    {
+    if (bytes.empty()) {
         result.reason = "empty file";
         return;
     }
-    if (bytes.size() > options.maxFileBytes)
-    {
+    if (bytes.size() > options.maxFileBytes) {
         result.reason = "file of " + std::to_string(bytes.size()) + " bytes is larger than the limit of "
-                        + std::to_string(options.maxFileBytes);
+            + std::to_string(options.maxFileBytes);
         return;
     }
-    for (const detail::FormatReader& reader : kReaders)
-    {
+    for (const detail::FormatReader& reader : kReaders) {
         if (!reader.recognises(bytes))
             continue;
         result.format = reader.name;
@@ -193,7 +178,7 @@ std::string ReadResult::Error() const
 std::string SizeRangeText(PixelSize min, PixelSize max)
 {
     return std::to_string(min.width) + ".." + std::to_string(max.width) + " x " + std::to_string(min.height) + ".."
-           + std::to_string(max.height);
+        + std::to_string(max.height);
 }
 
 namespace detail {
@@ -202,16 +187,14 @@ bool SizeAccepted(int64_t width, int64_t height, const ReadOptions& options, Rea
 {
     const PixelSize& lo = options.minSize;
     const PixelSize& hi = options.maxSize;
-    if (width < lo.width || width > hi.width || height < lo.height || height > hi.height)
-    {
+    if (width < lo.width || width > hi.width || height < lo.height || height > hi.height) {
         result.reason = "image is " + std::to_string(width) + " x " + std::to_string(height)
-                        + " pixels, outside the accepted " + SizeRangeText(lo, hi);
+            + " pixels, outside the accepted " + SizeRangeText(lo, hi);
         return false;
     }
-    if (static_cast<uint64_t>(width) * static_cast<uint64_t>(height) > options.maxPixels)
-    {
+    if (static_cast<uint64_t>(width) * static_cast<uint64_t>(height) > options.maxPixels) {
         result.reason = "image is " + std::to_string(width) + " x " + std::to_string(height)
-                        + " pixels, more than the accepted " + std::to_string(options.maxPixels);
+            + " pixels, more than the accepted " + std::to_string(options.maxPixels);
         return false;
     }
     return true;
@@ -257,21 +240,18 @@ ReadResult& ImageFileReader::Read(const std::string& path, const ReadOptions& op
     // decoded where it lies, its pixels moved down over the header; other
     // formats go to the other buffer, to be decoded into the image.
     size_t length = 0;
-    if (ReadRegularFile(path, options.maxFileBytes, memory, length, result_.reason))
-    {
+    if (ReadRegularFile(path, options.maxFileBytes, memory, length, result_.reason)) {
         const Bytes file(memory.data(), length);
         const bool inPlace = detail::PnmRecognises(file)
-                             || std::none_of(std::begin(kReaders), std::end(kReaders),
-                                             [&](const detail::FormatReader& r) { return r.recognises(file); });
+            || std::none_of(std::begin(kReaders), std::end(kReaders),
+                            [&](const detail::FormatReader& r) { return r.recognises(file); });
         if (!inPlace)
             std::swap(memory, bytes_);
         result_.image.pixels = std::move(memory);
         Decode(Bytes(inPlace ? result_.image.pixels.data() : bytes_.data(), length), options, result_);
-    }
-    else
+    } else
         result_.image.pixels = std::move(memory);
-    if (!result_.ok)
-    {
+    if (!result_.ok) {
         spare_ = std::move(result_.image.pixels);
         result_.image = {};
     }
@@ -282,15 +262,13 @@ bool WriteAll(int fd, std::span<const uint8_t> bytes)
 {
     const uint8_t* p = bytes.data();
     size_t left = bytes.size();
-    while (left > 0)
-    {
+    while (left > 0) {
         ssize_t n = write(fd, p, left);
         if (n < 0 && errno == EINTR)
             continue;
         if (n < 0)
             return false;
-        if (n == 0)
-        {
+        if (n == 0) {
             errno = EIO;
             return false;
         }
@@ -303,20 +281,17 @@ bool WriteAll(int fd, std::span<const uint8_t> bytes)
 bool WriteFile(const std::string& path, std::span<const uint8_t> bytes, std::string& error)
 {
     int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (fd < 0)
-    {
+    if (fd < 0) {
         error = path + ": " + SystemError("cannot create");
         return false;
     }
     bool ok = WriteAll(fd, bytes);
     int saved = errno;
-    if (close(fd) != 0 && ok)
-    {
+    if (close(fd) != 0 && ok) {
         ok = false;
         saved = errno;
     }
-    if (!ok)
-    {
+    if (!ok) {
         errno = saved;
         error = path + ": " + SystemError("cannot write");
     }

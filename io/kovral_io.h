@@ -23,7 +23,7 @@ struct GrayImage
 {
     int width = 0;
     int height = 0;
-    std::vector<uint8_t> pixels;   // width x height, row-major, top row first, 0 black
+    std::vector<uint8_t> pixels; // width x height, row-major, top row first, 0 black
 };
 
 struct PixelSize
@@ -51,9 +51,9 @@ struct ReadResult
 {
     bool ok = false;
     GrayImage image;
-    std::string format;    // "PNG", "JPEG", "BMP", "PGM", "PPM", "raw"; empty when not recognised
-    std::string source;    // the path read, or "" for bytes in memory
-    std::string reason;    // why the read failed, one line without the source
+    std::string format; // "PNG", "JPEG", "BMP", "PGM", "PPM", "raw"; empty when not recognised
+    std::string source; // the path read, or "" for bytes in memory
+    std::string reason; // why the read failed, one line without the source
     // Resolution the file states, pixels per inch; 0 when it states none.
     double ppi = 0;
 
@@ -84,9 +84,9 @@ public:
     ReadResult& Read(const std::string& path, const ReadOptions& options = {});
 
 private:
-    std::vector<uint8_t> bytes_;   // the file; its size is the memory held, not the file's
+    std::vector<uint8_t> bytes_; // the file; its size is the memory held, not the file's
     ReadResult result_;
-    std::vector<uint8_t> spare_;   // the image's memory while result_ holds a failure
+    std::vector<uint8_t> spare_; // the image's memory while result_ holds a failure
 };
 
 // The "a..b x c..d" text of a size range, as errors quote it.

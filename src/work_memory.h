@@ -15,12 +15,12 @@
 
 enum class WorkBuffer
 {
-    DirectionGrid,   // probe marks of the direction map scan
-    CentredMap,      // a region centred for its angle search
-    TurnedMap,       // the working map turned by the fingers' mean angle
-    TurnedFinger,    // work rows of one finger's box turned upright
-    FingerScratch,   // a finger's cleaned copy
-    MaskRowBands,    // the finger area mask's work arrays
+    DirectionGrid, // probe marks of the direction map scan
+    CentredMap,    // a region centred for its angle search
+    TurnedMap,     // the working map turned by the fingers' mean angle
+    TurnedFinger,  // work rows of one finger's box turned upright
+    FingerScratch, // a finger's cleaned copy
+    MaskRowBands,  // the finger area mask's work arrays
     MaskColumnBands,
     MaskRowReach,
     MaskColumnReach,
@@ -41,7 +41,7 @@ public:
         KEPT     // kept and reused; grows only when a request exceeds it
     };
 
-    explicit WorkMemory(Kind kind) : kind_(kind) {}
+    explicit WorkMemory(Kind kind) : kind_(kind) { }
 
     // Makes sure buffer b holds bytes (kept memory). False when it cannot.
     bool Reserve(WorkBuffer b, std::size_t bytes)
@@ -87,8 +87,7 @@ class WorkLease
 public:
     WorkLease(WorkMemory& memory, WorkBuffer b, std::size_t count)
         : memory_(memory), b_(b), cells_(reinterpret_cast<T*>(memory.Take(b, count * sizeof(T))))
-    {
-    }
+    { }
     ~WorkLease() { memory_.Give(b_); }
     WorkLease(const WorkLease&) = delete;
     WorkLease& operator=(const WorkLease&) = delete;

@@ -58,17 +58,15 @@ bool ReadSize(const char* name, const std::string& text, std::optional<PixelSize
         return true;
     PixelSize size;
     std::string error;
-    if (!ParsePixelSize(text, size, error))
-    {
+    if (!ParsePixelSize(text, size, error)) {
         std::fprintf(stderr, "kovral-split: %s %s: %s\n", name, text.c_str(), error.c_str());
         return false;
     }
     if (size.width < KOVRAL_MIN_WIDTH || size.height < KOVRAL_MIN_HEIGHT || size.width > KOVRAL_MAX_WIDTH
-        || size.height > KOVRAL_MAX_HEIGHT)
-    {
-        std::fprintf(stderr, "kovral-split: %s %dx%d: %s are %d..%d x %d..%d pixels\n", name, size.width,
-                     size.height, std::string(name) == "--size" ? "slaps" : "finger images", KOVRAL_MIN_WIDTH,
-                     KOVRAL_MAX_WIDTH, KOVRAL_MIN_HEIGHT, KOVRAL_MAX_HEIGHT);
+        || size.height > KOVRAL_MAX_HEIGHT) {
+        std::fprintf(stderr, "kovral-split: %s %dx%d: %s are %d..%d x %d..%d pixels\n", name, size.width, size.height,
+                     std::string(name) == "--size" ? "slaps" : "finger images", KOVRAL_MIN_WIDTH, KOVRAL_MAX_WIDTH,
+                     KOVRAL_MIN_HEIGHT, KOVRAL_MAX_HEIGHT);
         return false;
     }
     out = size;
@@ -90,33 +88,27 @@ bool ParsePixelSize(const std::string& text, PixelSize& size, std::string& error
     const char* end = text.data() + text.size();
     int values[2] = {0, 0};
     const char* p = text.data();
-    for (int i = 0; i < 2; i++)
-    {
-        if (i == 1)
-        {
-            if (p == end || (*p != 'x' && *p != 'X' && *p != ','))
-            {
+    for (int i = 0; i < 2; i++) {
+        if (i == 1) {
+            if (p == end || (*p != 'x' && *p != 'X' && *p != ',')) {
                 error = "expected WIDTHxHEIGHT, e.g. 320x480";
                 return false;
             }
             p++;
         }
         // Digits only: no sign, no spaces; a number past the largest int is refused, not wrapped.
-        if (p == end || *p < '0' || *p > '9')
-        {
+        if (p == end || *p < '0' || *p > '9') {
             error = "expected WIDTHxHEIGHT, e.g. 320x480";
             return false;
         }
         auto [next, ec] = std::from_chars(p, end, values[i]);
-        if (ec == std::errc::result_out_of_range)
-        {
+        if (ec == std::errc::result_out_of_range) {
             error = "a number out of range";
             return false;
         }
         p = next;
     }
-    if (p != end)
-    {
+    if (p != end) {
         error = "expected WIDTHxHEIGHT, e.g. 320x480";
         return false;
     }
@@ -155,15 +147,19 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
     app.add_flag("--follow-links", options.followLinks,
                  "With -r, also walk symbolic links to folders (each folder once)");
     app.add_option("-j,--jobs", options.jobs, "Worker processes (default: the number of cores)")
-        ->type_name("N")->check(CLI::Range(1, kMaxJobs).description(""));
+        ->type_name("N")
+        ->check(CLI::Range(1, kMaxJobs).description(""));
     std::string format = "bmp";
     app.add_option("--format", format, "Finger image format: bmp or png (default bmp)")
-        ->type_name("FORMAT")->check(CLI::IsMember({"bmp", "png"}).description(""));
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"bmp", "png"}).description(""));
     app.add_flag("--overlay", options.overlay, "Also write NAME_overlay.png: the slap with every finger marked");
-    app.add_flag("-f,--force", options.force, "Replace existing outputs (and remove the slap's outputs this run does not write)");
+    app.add_flag("-f,--force", options.force,
+                 "Replace existing outputs (and remove the slap's outputs this run does not write)");
     app.add_flag("--skip-existing", options.skipExisting,
                  "Leave slaps whose complete outputs exist (to go on with an interrupted batch)");
-    app.add_flag("--sync", options.sync, "Flush every output to the disk before going on (slower, survives power loss)");
+    app.add_flag("--sync", options.sync,
+                 "Flush every output to the disk before going on (slower, survives power loss)");
     app.add_option("--size", rawSize, "Size of raw 8-bit inputs (files that are no known image format)")
         ->type_name("WxH");
     app.add_option("--finger-size", fingerSize,
@@ -173,7 +169,8 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
     app.add_option("--records", records,
                    "Image records of transaction files to split: slaps (finger position 13, 14, 15) or all "
                    "(default slaps)")
-        ->type_name("WHICH")->check(CLI::IsMember({"slaps", "all"}).description(""));
+        ->type_name("WHICH")
+        ->check(CLI::IsMember({"slaps", "all"}).description(""));
     std::string ppi;
     app.add_option("--ppi", ppi,
                    "Resolution of the inputs, overriding what files state, or auto: the one their ridges "
@@ -183,7 +180,8 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
     app.add_option("--fit", fit,
                    "Images well over 1600 x 1500 at 500 ppi: refuse or scale them down (default refuse; "
                    "a little over is cut to the limit)")
-        ->type_name("HOW")->check(CLI::IsMember({"refuse", "scale"}).description(""));
+        ->type_name("HOW")
+        ->check(CLI::IsMember({"refuse", "scale"}).description(""));
     app.add_option("--an2k-out", options.an2kOut,
                    "Also write every finger image of the run into one ANSI/NIST-ITL transaction: a Type-14 "
                    "record per finger with its NIST finger position, 500 ppi, uncompressed")
@@ -192,19 +190,17 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
     app.add_option("--locator", locator,
                    "How fingers are found: accurate (default: touching, faint and border fingers, no text or lines; "
                    "adds confidence, flags, hand and deficiencies to the JSON) or exact (as KOVRAL_DoSplit)")
-        ->type_name("NAME")->check(CLI::IsMember({"exact", "accurate"}).description(""));
+        ->type_name("NAME")
+        ->check(CLI::IsMember({"exact", "accurate"}).description(""));
     app.add_flag("-q,--quiet", options.quiet, "Print only errors and the summary line");
     app.add_option("--report", options.report,
                    "Also write a review page of the batch: one HTML file with every slap's overlay, fingers, "
                    "quality and flags, failures first (implies --overlay)")
         ->type_name("FILE.html");
 
-    try
-    {
+    try {
         app.parse(argc, argv);
-    }
-    catch (const CLI::ParseError& e)
-    {
+    } catch (const CLI::ParseError& e) {
         exitCode = app.exit(e) == 0 ? 0 : kUsageError;
         return std::nullopt;
     }
@@ -215,27 +211,23 @@ std::optional<Options> ParseCommandLine(int argc, char** argv, int& exitCode)
     options.fitScale = fit == "scale";
     if (ppi == "auto")
         options.ppiAuto = true;
-    else if (!ppi.empty())
-    {
+    else if (!ppi.empty()) {
         double value = 0;
         const auto [end, ec] = std::from_chars(ppi.data(), ppi.data() + ppi.size(), value);
-        if (ec != std::errc() || end != ppi.data() + ppi.size() || !(value >= kMinPpi && value <= kMaxPpi))
-        {
-            std::fprintf(stderr, "kovral-split: --ppi %s: expected auto or a resolution of %.0f..%.0f\n",
-                         ppi.c_str(), kMinPpi, kMaxPpi);
+        if (ec != std::errc() || end != ppi.data() + ppi.size() || !(value >= kMinPpi && value <= kMaxPpi)) {
+            std::fprintf(stderr, "kovral-split: --ppi %s: expected auto or a resolution of %.0f..%.0f\n", ppi.c_str(),
+                         kMinPpi, kMaxPpi);
             exitCode = kUsageError;
             return std::nullopt;
         }
         options.ppi = value;
     }
-    if (options.force && options.skipExisting)
-    {
+    if (options.force && options.skipExisting) {
         std::fprintf(stderr, "kovral-split: --force and --skip-existing exclude each other\n");
         exitCode = kUsageError;
         return std::nullopt;
     }
-    if (!ReadSize("--size", rawSize, options.rawSize) || !ReadSize("--finger-size", fingerSize, options.fingerSize))
-    {
+    if (!ReadSize("--size", rawSize, options.rawSize) || !ReadSize("--finger-size", fingerSize, options.fingerSize)) {
         exitCode = kUsageError;
         return std::nullopt;
     }

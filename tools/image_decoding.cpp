@@ -18,10 +18,10 @@ kovral_io::ReadOptions SlapReadOptions(const std::optional<PixelSize>& rawSize)
 // False with error set when the read failed.
 bool Succeeded(const kovral_io::ReadResult& result, const std::optional<PixelSize>& rawSize, std::string& error)
 {
-    if (!result.ok)
-    {
+    if (!result.ok) {
         error = result.reason;
-        if (result.format.empty() && !rawSize && result.reason.starts_with("not a ") && result.reason.ends_with(" image"))
+        if (result.format.empty() && !rawSize && result.reason.starts_with("not a ")
+            && result.reason.ends_with(" image"))
             error += " (raw files need --size WxH)";
         return false;
     }
@@ -52,6 +52,5 @@ bool DecodeImageFile(const std::string& path, const std::optional<PixelSize>& ra
     kovral_io::ReadResult result = kovral_io::ReadImageFile(path, SlapReadOptions(rawSize));
     return Finish(result, rawSize, image, error);
 }
-
 
 } // namespace kovral_tool

@@ -24,13 +24,11 @@ bool WriteGrayImageFile(const std::string& path, const GrayImage& image, std::st
         bytes = kovral_io::EncodeGrayPgm(image);
     else if (ext == ".raw")
         bytes = image.pixels;
-    else
-    {
+    else {
         error = "unknown image extension '" + ext + "' (png, bmp, jpg, pgm, raw)";
         return false;
     }
-    if (bytes.empty())
-    {
+    if (bytes.empty()) {
         error = path + ": cannot encode the image";
         return false;
     }

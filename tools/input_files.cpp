@@ -18,9 +18,9 @@ namespace kovral_tool {
 
 namespace {
 
-constexpr std::array<std::string_view, 16> kImageExtensions{
-    "png", "bmp", "dib", "pgm", "pnm", "ppm", "jpg", "jpeg", "jpe", "raw", "gray",
-    "wsq", "an2", "an2k", "eft", "nist"};
+constexpr std::array<std::string_view, 16> kImageExtensions{"png", "bmp",  "dib", "pgm", "pnm",  "ppm",
+                                                            "jpg", "jpeg", "jpe", "raw", "gray", "wsq",
+                                                            "an2", "an2k", "eft", "nist"};
 
 // Output file names add at most "_overlay.png" to the name and a clash
 // suffix; names longer than this are shortened to kKeptNameBytes and a hash.
@@ -63,21 +63,20 @@ std::string ShortName(const std::string& name)
 class Walker
 {
 public:
-    Walker(const WalkRules& rules, std::vector<InputFile>& found) : rules_(rules), found_(found) {}
+    Walker(const WalkRules& rules, std::vector<InputFile>& found) : rules_(rules), found_(found) { }
 
     // Walks folder dir, whose files are named relative to it with prefix.
     void Walk(const std::string& dir, const std::string& prefix)
     {
         DIR* handle = opendir(dir.c_str());
-        if (!handle)
-        {
+        if (!handle) {
             found_.push_back({dir, "", std::string("cannot read folder: ") + std::strerror(errno)});
             return;
         }
         std::vector<std::string> names;
         errno = 0;
         while (dirent* entry = readdir(handle))
-            if (entry->d_name[0] != '.')   // hidden, and . and ..
+            if (entry->d_name[0] != '.') // hidden, and . and ..
                 names.emplace_back(entry->d_name);
         const int readError = errno;
         closedir(handle);
@@ -85,23 +84,20 @@ public:
             found_.push_back({dir, "", std::string("cannot read folder: ") + std::strerror(readError)});
         std::sort(names.begin(), names.end());
 
-        for (const std::string& name : names)
-        {
+        for (const std::string& name : names) {
             const std::string path = dir + "/" + name;
             struct stat info;
             if (lstat(path.c_str(), &info) != 0)
-                continue;   // gone since the folder was read
-            if (S_ISLNK(info.st_mode))
-            {
+                continue; // gone since the folder was read
+            if (S_ISLNK(info.st_mode)) {
                 struct stat target;
                 if (stat(path.c_str(), &target) != 0)
-                    continue;   // a dangling link is no image
+                    continue; // a dangling link is no image
                 if (S_ISDIR(target.st_mode) && !rules_.followLinks)
                     continue;
                 info = target;
             }
-            if (S_ISDIR(info.st_mode))
-            {
+            if (S_ISDIR(info.st_mode)) {
                 if (rules_.recursive && Enter(info))
                     Walk(path, prefix + name + "/");
                 continue;
@@ -151,19 +147,17 @@ std::vector<InputFile> CollectInputs(const std::vector<std::string>& paths, cons
 {
     std::vector<InputFile> inputs;
     std::set<std::string> taken;
-    for (const std::string& arg : paths)
-    {
+    for (const std::string& arg : paths) {
         struct stat info;
-        if (stat(arg.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
-        {
+        if (stat(arg.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
             std::string stem = ShortName(fs::path(arg).stem().string());
             inputs.push_back({arg, UniqueName(stem.empty() ? "slap" : stem, arg, taken), ""});
             continue;
         }
-        if (rules.outDir && *rules.outDir == Identity(info))
-        {
-            inputs.push_back({arg, "", "is the output folder: its files would mix with the results "
-                                       "(name another folder with -o)"});
+        if (rules.outDir && *rules.outDir == Identity(info)) {
+            inputs.push_back({arg, "",
+                              "is the output folder: its files would mix with the results "
+                              "(name another folder with -o)"});
             continue;
         }
         std::vector<InputFile> found;
@@ -173,16 +167,16 @@ std::vector<InputFile> CollectInputs(const std::vector<std::string>& paths, cons
         while (dir.size() > 1 && dir.back() == '/')
             dir.pop_back();
         walker.Walk(dir, "");
-        for (InputFile& file : found)
-        {
+        for (InputFile& file : found) {
             if (file.error.empty())
                 file.name = UniqueName(file.name, file.path, taken);
             inputs.push_back(std::move(file));
         }
         if (found.empty())
-            inputs.push_back({arg, "", rules.recursive ? "no image files in this folder tree"
-                                                       : "no image files in this folder (--recursive "
-                                                         "descends into subfolders)"});
+            inputs.push_back({arg, "",
+                              rules.recursive ? "no image files in this folder tree"
+                                              : "no image files in this folder (--recursive "
+                                                "descends into subfolders)"});
     }
     return inputs;
 }
@@ -190,8 +184,7 @@ std::vector<InputFile> CollectInputs(const std::vector<std::string>& paths, cons
 std::set<FileIdentity> InputIdentities(const std::vector<InputFile>& inputs)
 {
     std::set<FileIdentity> identities;
-    for (const InputFile& input : inputs)
-    {
+    for (const InputFile& input : inputs) {
         struct stat info;
         if (!input.path.empty() && input.error.empty() && stat(input.path.c_str(), &info) == 0)
             identities.insert(Identity(info));

@@ -14,18 +14,18 @@ namespace kovral_tool {
 
 struct InputFile
 {
-    std::string path;    // as given or found; empty for the bundled sample
-    std::string name;    // output name without extension, e.g. "right4" or "visit2/right4"; unique in a run
-    std::string error;   // set when the input cannot be processed at all (e.g. an empty folder)
-    int record = 0;          // image record of a transaction file (its number in the file); 0: the whole file
-    std::string recordName = "";   // "record 3 (Type-14, IDC 1)"
+    std::string path;            // as given or found; empty for the bundled sample
+    std::string name;            // output name without extension, e.g. "right4" or "visit2/right4"; unique in a run
+    std::string error;           // set when the input cannot be processed at all (e.g. an empty folder)
+    int record = 0;              // image record of a transaction file (its number in the file); 0: the whole file
+    std::string recordName = ""; // "record 3 (Type-14, IDC 1)"
 };
 
 struct WalkRules
 {
-    bool recursive = false;      // descend into subfolders of folder inputs
-    bool followLinks = false;    // symbolic links to folders are walked too (each folder once)
-    std::optional<FileIdentity> outDir;   // never walked
+    bool recursive = false;             // descend into subfolders of folder inputs
+    bool followLinks = false;           // symbolic links to folders are walked too (each folder once)
+    std::optional<FileIdentity> outDir; // never walked
 };
 
 // Expands files and folders, in command-line order. A folder gives its image

@@ -16,8 +16,7 @@ int main(int argc, char** argv)
     uint32_t seed = 1;
     bool leftHand = false;
     int noise = -1;
-    CLI::App app("Writes a synthetic four-finger slap (500 ppi) as PNG, BMP, JPG, PGM or RAW.",
-                 "kovral_make_sample");
+    CLI::App app("Writes a synthetic four-finger slap (500 ppi) as PNG, BMP, JPG, PGM or RAW.", "kovral_make_sample");
     app.add_option("file", path, "Output file; its extension picks the format")->required();
     app.add_option("--width", width, "Image width")->capture_default_str();
     app.add_option("--height", height, "Image height")->capture_default_str();
@@ -33,8 +32,7 @@ int main(int argc, char** argv)
         hand.noise = noise;
     slapgen::Slap slap = slapgen::Generate(hand);
     std::string error;
-    if (!kovral_tool::WriteGrayImageFile(path, {slap.width, slap.height, slap.pixels}, error))
-    {
+    if (!kovral_tool::WriteGrayImageFile(path, {slap.width, slap.height, slap.pixels}, error)) {
         std::fprintf(stderr, "kovral_make_sample: %s\n", error.c_str());
         return 1;
     }

@@ -52,8 +52,7 @@ int RenameNoReplace(const std::string& from, const std::string& to)
     if (errno != EINVAL && errno != ENOSYS)
         return -1;
     struct stat info;
-    if (lstat(to.c_str(), &info) == 0)
-    {
+    if (lstat(to.c_str(), &info) == 0) {
         errno = EEXIST;
         return -1;
     }
@@ -64,8 +63,7 @@ int RenameNoReplace(const std::string& from, const std::string& to)
 
 OutputSet::OutputSet(bool replace, bool sync, const std::set<FileIdentity>& inputs)
     : replace_(replace), sync_(sync), inputs_(inputs)
-{
-}
+{ }
 
 OutputSet::~OutputSet()
 {
@@ -85,20 +83,17 @@ bool OutputSet::Stage(const std::string& path, std::span<const uint8_t> bytes, s
     const std::string folder = Folder(path);
     std::error_code ec;
     fs::create_directories(folder, ec);
-    if (ec)
-    {
+    if (ec) {
         error = "cannot create folder " + folder + ": " + ec.message();
         return false;
     }
     std::string temporary;
     int fd = -1;
-    while (fd < 0)
-    {
-        temporary = folder + "/" + kTemporaryPrefix + std::to_string(getpid()) + "-"
-                    + std::to_string(g_temporaryCount++);
+    while (fd < 0) {
+        temporary
+            = folder + "/" + kTemporaryPrefix + std::to_string(getpid()) + "-" + std::to_string(g_temporaryCount++);
         fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
-        if (fd < 0 && errno != EEXIST)
-        {
+        if (fd < 0 && errno != EEXIST) {
             error = SystemError("cannot write in", folder);
             return false;
         }
@@ -106,13 +101,11 @@ bool OutputSet::Stage(const std::string& path, std::span<const uint8_t> bytes, s
     staged_.push_back({temporary, path});
     bool ok = kovral_io::WriteAll(fd, bytes) && (!sync_ || fsync(fd) == 0);
     int saved = errno;
-    if (close(fd) != 0 && ok)
-    {
+    if (close(fd) != 0 && ok) {
         ok = false;
         saved = errno;
     }
-    if (!ok)
-    {
+    if (!ok) {
         errno = saved;
         error = SystemError("cannot write", path);
     }
@@ -138,14 +131,12 @@ bool OutputSet::Commit(std::string& error)
     if (staged_.empty())
         return true;
     for (const Staged& file : staged_)
-        if (Protected(file.path, error))
-        {
+        if (Protected(file.path, error)) {
             RemoveTemporaries();
             return false;
         }
     for (const std::string& path : retired_)
-        if (Protected(path, error))
-        {
+        if (Protected(path, error)) {
             RemoveTemporaries();
             return false;
         }
@@ -153,19 +144,15 @@ bool OutputSet::Commit(std::string& error)
     // The last file marks a complete set: an old one goes first, the new one
     // comes last, so that a commit that fails half-way leaves no marker.
     Staged& marker = staged_.back();
-    if (replace_ && unlink(marker.path.c_str()) != 0 && errno != ENOENT)
-    {
+    if (replace_ && unlink(marker.path.c_str()) != 0 && errno != ENOENT) {
         error = SystemError("cannot replace", marker.path);
         RemoveTemporaries();
         return false;
     }
-    for (Staged& file : staged_)
-    {
-        if (&file == &marker)
-        {
+    for (Staged& file : staged_) {
+        if (&file == &marker) {
             for (const std::string& path : retired_)
-                if (unlink(path.c_str()) != 0 && errno != ENOENT)
-                {
+                if (unlink(path.c_str()) != 0 && errno != ENOENT) {
                     error = SystemError("cannot remove", path);
                     RemoveTemporaries();
                     return false;
@@ -173,8 +160,7 @@ bool OutputSet::Commit(std::string& error)
         }
         int renamed = replace_ ? rename(file.temporary.c_str(), file.path.c_str())
                                : RenameNoReplace(file.temporary, file.path);
-        if (renamed != 0)
-        {
+        if (renamed != 0) {
             error = errno == EEXIST ? file.path + " exists (--force replaces it)"
                                     : SystemError("cannot rename into", file.path);
             RemoveTemporaries();
@@ -182,16 +168,14 @@ bool OutputSet::Commit(std::string& error)
         }
         file.temporary.clear();
     }
-    if (sync_)
-    {
+    if (sync_) {
         std::set<std::string> folders;
         for (const Staged& file : staged_)
             folders.insert(Folder(file.path));
         for (const std::string& path : retired_)
             folders.insert(Folder(path));
         for (const std::string& folder : folders)
-            if (!SyncFolder(folder))
-            {
+            if (!SyncFolder(folder)) {
                 error = SystemError("cannot flush folder", folder);
                 staged_.clear();
                 return false;

@@ -23,7 +23,7 @@ constexpr double kPi = 3.14159265358979323846;
 
 constexpr double kLineWidth = 2.0;
 constexpr double kCentreRadius = 4.0;
-constexpr double kAxisReach = 0.4;        // of the finger height, each way from the centre
+constexpr double kAxisReach = 0.4; // of the finger height, each way from the centre
 constexpr double kArrowLength = 12.0;
 constexpr int kGlyphScale = 3;
 constexpr int kLabelGap = 6;
@@ -31,11 +31,10 @@ constexpr int kLabelGap = 6;
 // 5 x 7 digits, one row per byte, the leftmost pixel in bit 4.
 constexpr int kGlyphW = 5;
 constexpr int kGlyphH = 7;
-constexpr uint8_t kDigits[10][kGlyphH] = {
-    {14, 17, 19, 21, 25, 17, 14}, {4, 12, 4, 4, 4, 4, 14},   {14, 17, 1, 2, 4, 8, 31},
-    {31, 2, 4, 2, 1, 17, 14},     {2, 6, 10, 18, 31, 2, 2},  {31, 16, 30, 1, 1, 17, 14},
-    {6, 8, 16, 30, 17, 17, 14},   {31, 1, 2, 4, 8, 8, 8},    {14, 17, 17, 14, 17, 17, 14},
-    {14, 17, 17, 15, 1, 2, 12}};
+constexpr uint8_t kDigits[10][kGlyphH]
+    = {{14, 17, 19, 21, 25, 17, 14}, {4, 12, 4, 4, 4, 4, 14},    {14, 17, 1, 2, 4, 8, 31},   {31, 2, 4, 2, 1, 17, 14},
+       {2, 6, 10, 18, 31, 2, 2},     {31, 16, 30, 1, 1, 17, 14}, {6, 8, 16, 30, 17, 17, 14}, {31, 1, 2, 4, 8, 8, 8},
+       {14, 17, 17, 14, 17, 17, 14}, {14, 17, 17, 15, 1, 2, 12}};
 
 struct Point
 {
@@ -45,7 +44,7 @@ struct Point
 class Canvas
 {
 public:
-    explicit Canvas(RgbImage& image) : image_(image) {}
+    explicit Canvas(RgbImage& image) : image_(image) { }
 
     void Dot(double cx, double cy, double radius, Rgb colour)
     {
@@ -61,8 +60,7 @@ public:
     {
         double length = std::hypot(b.x - a.x, b.y - a.y);
         int steps = std::max(1, static_cast<int>(length * 2));
-        for (int i = 0; i <= steps; i++)
-        {
+        for (int i = 0; i <= steps; i++) {
             double t = static_cast<double>(i) / steps;
             Dot(a.x + (b.x - a.x) * t, a.y + (b.y - a.y) * t, kLineWidth / 2, colour);
         }
@@ -84,15 +82,14 @@ public:
         int left = std::clamp(static_cast<int>(cx) - tileW / 2, 0, std::max(0, image_.width - tileW));
         int top = std::clamp(static_cast<int>(cy) - tileH / 2, 0, std::max(0, image_.height - tileH));
         Rectangle(left, top, left + tileW, top + tileH, colour);
-        for (size_t d = 0; d < digits.size(); d++)
-        {
+        for (size_t d = 0; d < digits.size(); d++) {
             const uint8_t* glyph = kDigits[digits[d] - '0'];
             int gx = left + kGlyphScale + static_cast<int>(d) * (kGlyphW + 1) * kGlyphScale;
             for (int row = 0; row < kGlyphH; row++)
                 for (int col = 0; col < kGlyphW; col++)
                     if (glyph[row] & (1 << (kGlyphW - 1 - col)))
-                        Rectangle(gx + col * kGlyphScale, top + (row + 1) * kGlyphScale,
-                                  gx + (col + 1) * kGlyphScale, top + (row + 2) * kGlyphScale, kWhite);
+                        Rectangle(gx + col * kGlyphScale, top + (row + 1) * kGlyphScale, gx + (col + 1) * kGlyphScale,
+                                  top + (row + 2) * kGlyphScale, kWhite);
         }
     }
 
@@ -115,13 +112,12 @@ RgbImage Reduce(const GrayImage& slap)
 {
     RgbImage out;
     out.width = std::min(slap.width, kOverlayMaxWidth);
-    out.height = std::max(1, static_cast<int>(std::lround(static_cast<double>(slap.height) * out.width / slap.width)));
+    out.height
+        = std::max(1, static_cast<int>(std::lround(static_cast<double>(slap.height) * out.width / slap.width)));
     out.pixels.resize(static_cast<size_t>(out.width) * out.height * 3);
-    for (int oy = 0; oy < out.height; oy++)
-    {
+    for (int oy = 0; oy < out.height; oy++) {
         int y0 = oy * slap.height / out.height, y1 = std::max(y0 + 1, (oy + 1) * slap.height / out.height);
-        for (int ox = 0; ox < out.width; ox++)
-        {
+        for (int ox = 0; ox < out.width; ox++) {
             int x0 = ox * slap.width / out.width, x1 = std::max(x0 + 1, (ox + 1) * slap.width / out.width);
             unsigned sum = 0;
             for (int y = y0; y < y1; y++)
@@ -156,8 +152,7 @@ RgbImage DrawOverlay(const GrayImage& slap, const std::vector<FingerMark>& finge
     double k = static_cast<double>(out.width) / slap.width;
     auto scaled = [k](Point p) { return Point{p.x * k, p.y * k}; };
 
-    for (const FingerMark& finger : fingers)
-    {
+    for (const FingerMark& finger : fingers) {
         Rgb colour = kFingerColours[static_cast<size_t>(finger.position - 1) % kFingerColours.size()];
         std::array<Point, 4> box = FingerBox(finger, slap, fingerW, fingerH);
         for (size_t i = 0; i < box.size(); i++)
@@ -170,8 +165,7 @@ RgbImage DrawOverlay(const GrayImage& slap, const std::vector<FingerMark>& finge
         double reach = fingerH * kAxisReach * k;
         Point tip{centre.x + up.x * reach, centre.y + up.y * reach};
         canvas.Line({centre.x - up.x * reach, centre.y - up.y * reach}, tip, colour);
-        for (double side : {-1.0, 1.0})
-        {
+        for (double side : {-1.0, 1.0}) {
             double back = a + kPi + side * kPi / 6;
             canvas.Line(tip, {tip.x + std::cos(back) * kArrowLength, tip.y - std::sin(back) * kArrowLength}, colour);
         }

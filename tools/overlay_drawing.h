@@ -16,15 +16,15 @@ struct RgbImage
 {
     int width = 0;
     int height = 0;
-    std::vector<uint8_t> pixels;   // width x height x 3, row-major
+    std::vector<uint8_t> pixels; // width x height x 3, row-major
 };
 
 struct FingerMark
 {
-    int x = 0;          // centre in slap pixels
+    int x = 0; // centre in slap pixels
     int y = 0;
-    int angle = 90;     // axis, degrees, 90 upright, below 90 leaning right
-    int position = 1;   // 1.. left to right
+    int angle = 90;   // axis, degrees, 90 upright, below 90 leaning right
+    int position = 1; // 1.. left to right
 };
 
 // The box is where the finger image came from, as kovral_finger_corners

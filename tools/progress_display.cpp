@@ -38,8 +38,7 @@ std::string MinutesAndSeconds(double seconds)
 
 Progress::Progress(size_t total, bool quiet, std::string program)
     : total_(total), quiet_(quiet), bar_(!quiet && isatty(STDERR_FILENO)), program_(std::move(program))
-{
-}
+{ }
 
 double Progress::Seconds() const
 {
@@ -51,12 +50,10 @@ void Progress::Done(const std::string& input, const TaskOutcome& outcome)
     done_++;
     if (outcome.skipped)
         skipped_++;
-    else if (outcome.ok)
-    {
+    else if (outcome.ok) {
         split_++;
         fingers_ += static_cast<size_t>(outcome.fingers);
-    }
-    else
+    } else
         failures_++;
     if (bar_)
         Clear();
@@ -92,7 +89,7 @@ void Progress::Draw()
     drawn_ = Clock::now();
     double seconds = Seconds();
     double rate = seconds > 0 ? split_ / seconds : 0;
-    double pace = seconds > 0 ? done_ / seconds : 0;   // skips and failures take time too
+    double pace = seconds > 0 ? done_ / seconds : 0; // skips and failures take time too
     std::string eta = done_ > 0 && pace > 0 ? MinutesAndSeconds((total_ - done_) / pace) : "-:--";
     char tail[128];
     std::snprintf(tail, sizeof tail, " %zu/%zu %3zu%%  %.1f slaps/s  ETA %s", done_, total_,
@@ -100,8 +97,7 @@ void Progress::Draw()
     std::string text(tail);
     int width = std::clamp(TerminalColumns() - static_cast<int>(text.size()) - 3, 0, kMaxBarWidth);
     std::string bar;
-    if (width >= kMinBarWidth)
-    {
+    if (width >= kMinBarWidth) {
         size_t filled = total_ ? done_ * static_cast<size_t>(width) / total_ : 0;
         // Appended piece by piece: gcc 12 at -O3 warns of a false overlap in the concatenation.
         bar.append(1, '[').append(filled, '#').append(static_cast<size_t>(width) - filled, '.').append(1, ']');
@@ -115,15 +111,14 @@ std::string Progress::Summary() const
     double seconds = Seconds();
     char text[200];
     int used = std::snprintf(text, sizeof text, "%zu %s split, %zu %s found, %zu %s", split_,
-                             split_ == 1 ? "slap" : "slaps", fingers_, fingers_ == 1 ? "finger" : "fingers", failures_,
-                             failures_ == 1 ? "failure" : "failures");
+                             split_ == 1 ? "slap" : "slaps", fingers_, fingers_ == 1 ? "finger" : "fingers",
+                             failures_, failures_ == 1 ? "failure" : "failures");
     std::string summary(text, static_cast<size_t>(used));
     if (skipped_ > 0)
         summary += ", " + std::to_string(skipped_) + " skipped";
     std::snprintf(text, sizeof text, ", %.1f s", seconds);
     summary += text;
-    if (split_ > 0 && seconds > 0)
-    {
+    if (split_ > 0 && seconds > 0) {
         std::snprintf(text, sizeof text, ", %.2f slaps/s", split_ / seconds);
         summary += text;
     }

@@ -30,40 +30,49 @@ struct Row
 {
     const ReviewSlap* slap;
     Status status;
-    std::vector<std::string> flags;   // slap-wide first, then "finger N: ..." in position order
-    std::vector<std::string> images;  // finger image URLs
-    std::string overlay;              // overlay URL or ""
+    std::vector<std::string> flags;  // slap-wide first, then "finger N: ..." in position order
+    std::vector<std::string> images; // finger image URLs
+    std::string overlay;             // overlay URL or ""
 };
 
 struct Cell
 {
     std::string html;
-    std::string sortKey;   // empty: the cell's text
+    std::string sortKey; // empty: the cell's text
 };
 
 // A column of the table. Adding one is adding an entry to Columns().
 struct Column
 {
-    const char* key;      // names it in the page's "#sort=KEY" address
+    const char* key; // names it in the page's "#sort=KEY" address
     const char* title;
-    bool numeric;         // sorts as numbers (descending first), else as text
+    bool numeric; // sorts as numbers (descending first), else as text
     std::function<Cell(const Row&)> cell;
-    std::function<bool(const std::vector<Row>&)> shown;   // null: always shown
+    std::function<bool(const std::vector<Row>&)> shown; // null: always shown
 };
 
 std::string Html(const std::string& text)
 {
     std::string out;
-    for (char c : text)
-    {
-        switch (c)
-        {
-        case '&': out += "&amp;"; break;
-        case '<': out += "&lt;"; break;
-        case '>': out += "&gt;"; break;
-        case '"': out += "&quot;"; break;
-        case '\'': out += "&#39;"; break;
-        default: out += c;
+    for (char c : text) {
+        switch (c) {
+        case '&':
+            out += "&amp;";
+            break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
+        case '"':
+            out += "&quot;";
+            break;
+        case '\'':
+            out += "&#39;";
+            break;
+        default:
+            out += c;
         }
     }
     return out;
@@ -78,13 +87,11 @@ std::string Url(const fs::path& file, const fs::path& dir)
     if (ec || relative.empty())
         relative = fs::absolute(file, ec);
     std::string out;
-    for (unsigned char c : relative.generic_string())
-    {
+    for (unsigned char c : relative.generic_string()) {
         if ((c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '.'
             || c == '_' || c == '~' || c == '/')
             out += static_cast<char>(c);
-        else
-        {
+        else {
             char hex[4];
             std::snprintf(hex, sizeof hex, "%%%02X", c);
             out += hex;
@@ -111,14 +118,11 @@ void AddFlagWords(const Json& value, const std::string& prefix, std::vector<std:
     else if (value.is_array())
         for (const Json& item : value)
             AddFlagWords(item, prefix, words);
-    else if (value.is_object())
-    {
+    else if (value.is_object()) {
         for (const auto& [name, set] : value.items())
             if (set.is_boolean() && set.get<bool>())
                 words.push_back(prefix + name);
-    }
-    else if (value.is_number_integer() && value.get<long long>() != 0)
-    {
+    } else if (value.is_number_integer() && value.get<long long>() != 0) {
         char hex[32];
         std::snprintf(hex, sizeof hex, "flags 0x%llx", value.get<unsigned long long>());
         words.push_back(prefix + hex);
@@ -180,8 +184,7 @@ std::string HandText(const Json& hand)
         return hand.get<std::string>();
     std::string text;
     for (const char* key : {"hand", "layout", "name", "meaning"})
-        if (const Json& name = Field(hand, key); name.is_string())
-        {
+        if (const Json& name = Field(hand, key); name.is_string()) {
             text = name.get<std::string>();
             break;
         }
@@ -192,11 +195,13 @@ std::string HandText(const Json& hand)
 
 const char* StatusWord(Status status)
 {
-    switch (status)
-    {
-    case Status::Failed: return "failed";
-    case Status::Flagged: return "flagged";
-    case Status::Ok: return "ok";
+    switch (status) {
+    case Status::Failed:
+        return "failed";
+    case Status::Flagged:
+        return "flagged";
+    case Status::Ok:
+        return "ok";
     }
     return "";
 }
@@ -223,8 +228,8 @@ const std::vector<Column>& Columns()
          [](const Row& row) {
              if (row.overlay.empty())
                  return Cell{"&ndash;", "0"};
-             return Cell{"<a href=\"" + row.overlay + "\"><img class=\"overlay\" loading=\"lazy\" src=\"" + row.overlay
-                             + "\" alt=\"overlay of " + Html(row.slap->input) + "\"></a>",
+             return Cell{"<a href=\"" + row.overlay + "\"><img class=\"overlay\" loading=\"lazy\" src=\""
+                             + row.overlay + "\" alt=\"overlay of " + Html(row.slap->input) + "\"></a>",
                          "1"};
          },
          nullptr},
@@ -233,7 +238,7 @@ const std::vector<Column>& Columns()
              std::string html;
              for (size_t i = 0; i < row.images.size(); i++)
                  html += "<a href=\"" + row.images[i] + "\"><img class=\"finger\" loading=\"lazy\" src=\""
-                         + row.images[i] + "\" alt=\"finger " + std::to_string(i + 1) + "\"></a>";
+                     + row.images[i] + "\" alt=\"finger " + std::to_string(i + 1) + "\"></a>";
              return Cell{html.empty() ? "&ndash;" : "<div class=\"fingers\">" + html + "</div>",
                          std::to_string(FingerCount(row))};
          },
@@ -279,8 +284,7 @@ std::string Summary(const std::vector<Row>& rows)
 {
     size_t failed = 0, flagged = 0, fingers = 0;
     std::map<int, size_t> byCount;
-    for (const Row& row : rows)
-    {
+    for (const Row& row : rows) {
         failed += row.status == Status::Failed;
         flagged += row.status == Status::Flagged;
         fingers += FingerCount(row);
@@ -291,8 +295,8 @@ std::string Summary(const std::vector<Row>& rows)
         return "<li class=\"" + std::string(cls) + "\"><b>" + std::to_string(n) + "</b> " + name + "</li>";
     };
     std::string html = "<ul class=\"summary\">" + item(rows.size() == 1 ? "slap" : "slaps", rows.size())
-                       + item("failed", failed, failed ? "failed" : "") + item("flagged", flagged, flagged ? "flagged" : "")
-                       + item("ok", rows.size() - failed - flagged) + item(fingers == 1 ? "finger" : "fingers", fingers);
+        + item("failed", failed, failed ? "failed" : "") + item("flagged", flagged, flagged ? "flagged" : "")
+        + item("ok", rows.size() - failed - flagged) + item(fingers == 1 ? "finger" : "fingers", fingers);
     for (auto it = byCount.rbegin(); it != byCount.rend(); ++it)
         html += item("with " + std::to_string(it->first) + (it->first == 1 ? " finger" : " fingers"), it->second);
     return html + "</ul>\n";
@@ -407,20 +411,20 @@ std::string ReviewPageHtml(const std::vector<ReviewSlap>& slaps, const fs::path&
         if (!column.shown || column.shown(rows))
             columns.push_back(&column);
 
-    std::string title = "kovral-split review: " + std::to_string(rows.size()) + (rows.size() == 1 ? " slap" : " slaps");
+    std::string title
+        = "kovral-split review: " + std::to_string(rows.size()) + (rows.size() == 1 ? " slap" : " slaps");
     std::string html = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>" + title
-                       + "</title>\n" + kStyle + "</head>\n<body>\n<ul id=\"page-errors\" data-count=\"0\"></ul>\n"
-                       + kErrorScript + "<h1>" + title + "</h1>\n" + Summary(rows)
-                       + "<p id=\"page-status\" data-state=\"loading\">loading</p>\n<table id=\"slaps\">\n<thead><tr>";
+        + "</title>\n" + kStyle + "</head>\n<body>\n<ul id=\"page-errors\" data-count=\"0\"></ul>\n" + kErrorScript
+        + "<h1>" + title + "</h1>\n" + Summary(rows)
+        + "<p id=\"page-status\" data-state=\"loading\">loading</p>\n<table id=\"slaps\">\n<thead><tr>";
     for (const Column* column : columns)
-        html += std::string("<th data-key=\"") + column->key + "\" data-type=\"" + (column->numeric ? "number" : "text")
-                + "\" aria-sort=\"none\"><button type=\"button\">" + column->title + "</button></th>";
+        html += std::string("<th data-key=\"") + column->key + "\" data-type=\""
+            + (column->numeric ? "number" : "text") + "\" aria-sort=\"none\"><button type=\"button\">" + column->title
+            + "</button></th>";
     html += "</tr></thead>\n<tbody>\n";
-    for (size_t i = 0; i < rows.size(); i++)
-    {
+    for (size_t i = 0; i < rows.size(); i++) {
         html += "<tr data-order=\"" + std::to_string(i) + "\" data-status=\"" + StatusWord(rows[i].status) + "\">";
-        for (const Column* column : columns)
-        {
+        for (const Column* column : columns) {
             Cell cell = column->cell(rows[i]);
             html += "<td data-sort=\"" + cell.sortKey + "\">" + cell.html + "</td>";
         }
@@ -436,8 +440,7 @@ ReviewSlap ReviewEntry(const Options& options, const InputFile& input, const std
     // Only a summary written by this run counts: a refused slap's files are an earlier run's.
     if (!outcome.record.empty())
         slap.record = Json::parse(outcome.record, nullptr, false);
-    if (!slap.record.is_object())
-    {
+    if (!slap.record.is_object()) {
         slap.record = nullptr;
         return slap;
     }
@@ -459,7 +462,7 @@ bool WriteReviewPage(const Options& options, const std::vector<ReviewSlap>& slap
     // Written like every other output: a temporary, checked, renamed into place.
     OutputSet page(options.force, options.sync, {});
     return page.Stage(options.report, std::span(reinterpret_cast<const uint8_t*>(html.data()), html.size()), error)
-           && page.Commit(error);
+        && page.Commit(error);
 }
 
 } // namespace kovral_tool

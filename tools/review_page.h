@@ -20,12 +20,12 @@ namespace kovral_tool {
 // One slap as the page shows it.
 struct ReviewSlap
 {
-    std::string input;                   // the file as the user named it
-    bool ok = false;                     // split, and every output written
-    std::string message;                 // why it failed
-    nlohmann::ordered_json record;       // its JSON summary as written this run; null when none was
-    std::filesystem::path overlay;       // the overlay image; empty when there is none
-    std::vector<std::filesystem::path> fingerImages;   // left to right
+    std::string input;                               // the file as the user named it
+    bool ok = false;                                 // split, and every output written
+    std::string message;                             // why it failed
+    nlohmann::ordered_json record;                   // its JSON summary as written this run; null when none was
+    std::filesystem::path overlay;                   // the overlay image; empty when there is none
+    std::vector<std::filesystem::path> fingerImages; // left to right
 };
 
 // The page. Image paths are made relative to pageDir. Slaps keep their order

@@ -28,20 +28,17 @@ int TakeOutputFolderLock(const std::string& outDir, std::string& error)
 {
     std::error_code ec;
     std::filesystem::create_directories(outDir, ec);
-    if (ec)
-    {
+    if (ec) {
         error = "cannot create the output folder " + outDir + ": " + ec.message();
         return -1;
     }
     const std::string path = outDir + "/" + kLockFileName;
     int fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
-    if (fd < 0)
-    {
+    if (fd < 0) {
         error = "cannot write in the output folder " + outDir + ": " + std::strerror(errno);
         return -1;
     }
-    if (flock(fd, LOCK_EX | LOCK_NB) != 0)
-    {
+    if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
         const int reason = errno;
         char text[kMaxLockText + 1] = {};
         ssize_t n = pread(fd, text, kMaxLockText, 0);
@@ -53,8 +50,7 @@ int TakeOutputFolderLock(const std::string& outDir, std::string& error)
             error = "cannot lock the output folder " + outDir + ": " + std::strerror(reason);
         else
             error = "the output folder " + outDir + " is in use by another kovral-split run"
-                    + (holder.empty() ? std::string() : " (" + holder + ")")
-                    + "; one run at a time writes into a folder";
+                + (holder.empty() ? std::string() : " (" + holder + ")") + "; one run at a time writes into a folder";
         return -1;
     }
     // Who holds the lock, for a run that finds it taken.
@@ -64,8 +60,7 @@ int TakeOutputFolderLock(const std::string& outDir, std::string& error)
     localtime_r(&now, &local);
     std::strftime(started, sizeof started, "%Y-%m-%d %H:%M:%S", &local);
     std::string holder = "pid " + std::to_string(getpid()) + ", started " + started + "\n";
-    if (ftruncate(fd, 0) != 0 || pwrite(fd, holder.data(), holder.size(), 0) < 0)
-    {
+    if (ftruncate(fd, 0) != 0 || pwrite(fd, holder.data(), holder.size(), 0) < 0) {
         // Only the description is lost; the lock itself holds.
     }
     return fd;

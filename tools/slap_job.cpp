@@ -19,12 +19,15 @@ constexpr int kSplitRowBlock = 16;
 
 std::string SplitFailure(int result)
 {
-    switch (result)
-    {
-    case KOVRAL_EINVAL: return "the splitter refused the request (result -1)";
-    case KOVRAL_ENOTINIT: return "the splitter is not initialised (result -2)";
-    case KOVRAL_ENOMEM: return "the splitter ran out of memory (result -3)";
-    default: return "the splitter failed (result " + std::to_string(result) + ")";
+    switch (result) {
+    case KOVRAL_EINVAL:
+        return "the splitter refused the request (result -1)";
+    case KOVRAL_ENOTINIT:
+        return "the splitter is not initialised (result -2)";
+    case KOVRAL_ENOMEM:
+        return "the splitter ran out of memory (result -3)";
+    default:
+        return "the splitter failed (result " + std::to_string(result) + ")";
     }
 }
 
@@ -51,23 +54,21 @@ SplitWorkspace::~SplitWorkspace()
 }
 
 SlapSplitter::SlapSplitter(const Options& options, const std::set<FileIdentity>& inputs, SplitWorkspace* workspace)
-    : options_(options), inputs_(inputs), own_(workspace ? nullptr : std::make_unique<SplitWorkspace>()),
+    : options_(options),
+      inputs_(inputs),
+      own_(workspace ? nullptr : std::make_unique<SplitWorkspace>()),
       work_(workspace ? *workspace : *own_)
-{
-}
+{ }
 
 const GrayImage* SlapSplitter::Decode(const InputFile& input, SlapSource& source, std::string& error)
 {
-    if (!input.path.empty())
-    {
+    if (!input.path.empty()) {
         // Image files are read into the reader's memory, PGM and raw pixels
         // where they lie; WSQ files, transaction records and files no image
         // reader knows go the fingerprint files' way.
-        if (input.record == 0)
-        {
+        if (input.record == 0) {
             const kovral_io::ReadResult& read = work_.reader_.Read(input.path, ImageReadOptions(options_));
-            if (read.ok)
-            {
+            if (read.ok) {
                 NoteImageSource(read, source);
                 return &read.image;
             }
@@ -75,8 +76,7 @@ const GrayImage* SlapSplitter::Decode(const InputFile& input, SlapSource& source
         return ReadSlap(input, options_, source, work_.slap_, error) ? &work_.slap_ : nullptr;
     }
     std::span<const uint8_t> sample = BundledSample();
-    if (sample.empty())
-    {
+    if (sample.empty()) {
         error = "this build of kovral-split carries no sample slap; name an input file";
         return nullptr;
     }
@@ -89,21 +89,18 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
     bool replace = options_.force;
     std::string existing;
     EarlierOutputs earlier = FindEarlierOutputs(options_, input.name, existing);
-    if (earlier != EarlierOutputs::None && !replace)
-    {
-        if (options_.skipExisting && earlier == EarlierOutputs::Complete)
-        {
+    if (earlier != EarlierOutputs::None && !replace) {
+        if (options_.skipExisting && earlier == EarlierOutputs::Complete) {
             outcome.ok = outcome.skipped = true;
             outcome.message = "skipped: " + SummaryPath(options_, input.name) + " and its files exist";
             return outcome;
         }
         if (input.path.empty() && SummaryInput(SummaryPath(options_, input.name)) == kSampleInput)
             replace = true;
-        else
-        {
+        else {
             const bool complete = earlier == EarlierOutputs::Complete;
             outcome.message = existing + (complete ? " exists" : " is left from an unfinished run")
-                              + " (--force replaces it" + (complete ? ", --skip-existing leaves it)" : ")");
+                + " (--force replaces it" + (complete ? ", --skip-existing leaves it)" : ")");
             return outcome;
         }
     }
@@ -125,11 +122,9 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
 
     // Finger buffers: the given size must fit the image; the default shrinks to it.
     PixelSize finger = options_.fingerSize.value_or(kDefaultFingerSize);
-    if (options_.fingerSize && (finger.width > image.width || finger.height > image.height))
-    {
+    if (options_.fingerSize && (finger.width > image.width || finger.height > image.height)) {
         outcome.message = "finger size " + std::to_string(finger.width) + "x" + std::to_string(finger.height)
-                          + " is larger than the " + std::to_string(image.width) + " x "
-                          + std::to_string(image.height) + " image";
+            + " is larger than the " + std::to_string(image.width) + " x " + std::to_string(image.height) + " image";
         return outcome;
     }
     finger.width = std::min(finger.width, image.width);
@@ -157,14 +152,13 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
                                        options_.accurate ? KOVRAL_LOCATOR_ACCURATE : KOVRAL_LOCATOR_EXACT};
     summary.accurate = options_.accurate;
     summary.result = work_.splitter_ == nullptr
-                         ? KOVRAL_ENOMEM
-                         : kovral_split(work_.splitter_, image.pixels.data(), image.width, image.height, &request,
-                                        found, &summary.count, options_.accurate ? &summary.report : nullptr);
+        ? KOVRAL_ENOMEM
+        : kovral_split(work_.splitter_, image.pixels.data(), image.width, image.height, &request, found,
+                       &summary.count, options_.accurate ? &summary.report : nullptr);
     bool split = summary.result == KOVRAL_OK;
-    for (int i = 0; split && i < std::min(summary.count, kMaxFingers); i++)
-    {
-        summary.fingers[i] = {found[i].x, found[i].y, found[i].angle, static_cast<uint8_t>(found[i].quality),
-                              found[i].image};
+    for (int i = 0; split && i < std::min(summary.count, kMaxFingers); i++) {
+        summary.fingers[i]
+            = {found[i].x, found[i].y, found[i].angle, static_cast<uint8_t>(found[i].quality), found[i].image};
         summary.confidence[i] = found[i].confidence;
         summary.flags[i] = found[i].flags;
     }
@@ -179,16 +173,14 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
     std::set<std::string> written;
     std::string& error = outcome.message;
     auto stage = [&](const std::string& path, std::span<const uint8_t> bytes) {
-        if (bytes.empty())
-        {
+        if (bytes.empty()) {
             error = "cannot encode " + path + ": out of memory";
             return false;
         }
         written.insert(path);
         return outputs.Stage(path, bytes, error);
     };
-    for (int i = 0; split && i < summary.count; i++)
-    {
+    for (int i = 0; split && i < summary.count; i++) {
         std::string path = FingerPath(options_, input.name, i + 1, FileFingerPosition(summary.placement, i));
         // Encoded from the split's buffer; each file is written whole, at once.
         if (options_.format == FingerFormat::Png)
@@ -199,8 +191,7 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
             return outcome;
         summary.fingerFiles.push_back(FileName(path));
     }
-    if (options_.overlay)
-    {
+    if (options_.overlay) {
         std::vector<FingerMark> marks;
         for (int i = 0; split && i < summary.count; i++)
             marks.push_back({found[i].x, found[i].y, found[i].angle, i + 1});
@@ -220,15 +211,14 @@ TaskOutcome SlapSplitter::Split(const InputFile& input)
         return outcome;
     outcome.record = SummaryJson(summary).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 
-    if (!split)
-    {
+    if (!split) {
         outcome.message = SplitFailure(summary.result);
         return outcome;
     }
     outcome.ok = true;
     outcome.fingers = summary.count;
-    outcome.message = std::to_string(summary.count) + (summary.count == 1 ? " finger" : " fingers") + " -> "
-                      + summaryPath;
+    outcome.message
+        = std::to_string(summary.count) + (summary.count == 1 ? " finger" : " fingers") + " -> " + summaryPath;
     return outcome;
 }
 

@@ -31,12 +31,12 @@ public:
 
 private:
     friend class SlapSplitter;
-    kovral_splitter* splitter_ = nullptr;   // made at the first split, for the largest slap
-    std::vector<uint8_t> fingers_;          // the four finger buffers, one after the other
+    kovral_splitter* splitter_ = nullptr; // made at the first split, for the largest slap
+    std::vector<uint8_t> fingers_;        // the four finger buffers, one after the other
     kovral_io::ImageFileReader reader_;
-    GrayImage sample_;                      // the bundled sample, decoded
-    GrayImage slap_;                        // a slap of a fingerprint file, decoded
-    GrayImage prepared_;                    // a slap resampled or cut to the limits
+    GrayImage sample_;   // the bundled sample, decoded
+    GrayImage slap_;     // a slap of a fingerprint file, decoded
+    GrayImage prepared_; // a slap resampled or cut to the limits
     std::vector<uint8_t> encoded_;
 };
 

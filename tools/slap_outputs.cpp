@@ -26,7 +26,7 @@ constexpr int kLargestFgp = 10;
 std::string FingerPath(const Options& options, const std::string& name, int position, int fgp, FingerFormat format)
 {
     return OutputBase(options, name) + "_finger" + std::to_string(position)
-           + (fgp >= 0 ? "_fgp" + std::to_string(fgp) : "") + (format == FingerFormat::Png ? ".png" : ".bmp");
+        + (fgp >= 0 ? "_fgp" + std::to_string(fgp) : "") + (format == FingerFormat::Png ? ".png" : ".bmp");
 }
 
 bool Exists(const std::string& path)
@@ -37,24 +37,23 @@ bool Exists(const std::string& path)
 
 const char* JudgementMeaning(int judgement)
 {
-    switch (judgement)
-    {
-    case KOVRAL_JUDGE_LEFT: return "highest finger left of the lowest (as a right hand lies)";
-    case KOVRAL_JUDGE_RIGHT: return "highest finger right of the lowest (as a left hand lies)";
-    default: return "undecided";
+    switch (judgement) {
+    case KOVRAL_JUDGE_LEFT:
+        return "highest finger left of the lowest (as a right hand lies)";
+    case KOVRAL_JUDGE_RIGHT:
+        return "highest finger right of the lowest (as a left hand lies)";
+    default:
+        return "undecided";
     }
 }
 
 bool ValidUtf8(const std::string& text)
 {
     nlohmann::json value = text;
-    try
-    {
+    try {
         (void)value.dump();
         return true;
-    }
-    catch (const nlohmann::json::type_error&)
-    {
+    } catch (const nlohmann::json::type_error&) {
         return false;
     }
 }
@@ -103,8 +102,7 @@ EarlierOutputs FindEarlierOutputs(const Options& options, const std::string& nam
 {
     first.clear();
     for (const std::string& path : PossibleOutputs(options, name))
-        if (Exists(path))
-        {
+        if (Exists(path)) {
             first = path;
             break;
         }
@@ -112,19 +110,18 @@ EarlierOutputs FindEarlierOutputs(const Options& options, const std::string& nam
         return EarlierOutputs::None;
     // Complete: the summary is whole and every file it names is there.
     std::ifstream in(SummaryPath(options, name));
-    nlohmann::json summary = nlohmann::json::parse(std::istreambuf_iterator<char>(in),
-                                                   std::istreambuf_iterator<char>(), nullptr, false);
+    nlohmann::json summary
+        = nlohmann::json::parse(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>(), nullptr, false);
     if (!summary.is_object() || !summary.contains("fingers") || !summary["fingers"].is_array())
         return EarlierOutputs::Incomplete;
     // Each finger's file: the plain name, or the one the summary gives (it carries the finger position).
     const fs::path dir = fs::path(SummaryPath(options, name)).parent_path();
     int position = 1;
-    for (const nlohmann::json& finger : summary["fingers"])
-    {
+    for (const nlohmann::json& finger : summary["fingers"]) {
         if (!finger.is_object())
             return EarlierOutputs::Incomplete;
         const bool named = finger.contains("file") && finger["file"].is_string()
-                           && Exists((dir / finger["file"].get<std::string>()).string());
+            && Exists((dir / finger["file"].get<std::string>()).string());
         if (!named && !Exists(FingerPath(options, name, position)))
             return EarlierOutputs::Incomplete;
         position++;
@@ -150,10 +147,10 @@ nlohmann::ordered_json FlagNames(uint32_t flags)
 
 nlohmann::ordered_json DeficiencyNames(uint32_t bits)
 {
-    static const std::pair<uint32_t, const char*> kNames[] = {
-        {KOVRAL_DEFICIENCY_ARTIFACTS, "artifacts"},       {KOVRAL_DEFICIENCY_LOW_CONTRAST, "low contrast"},
-        {KOVRAL_DEFICIENCY_OVER_INKED, "over-inked"},     {KOVRAL_DEFICIENCY_SIDEWAYS, "sideways"},
-        {KOVRAL_DEFICIENCY_OVER_ROTATED, "over-rotated"}, {KOVRAL_DEFICIENCY_INCOMPLETE, "incomplete"}};
+    static const std::pair<uint32_t, const char*> kNames[]
+        = {{KOVRAL_DEFICIENCY_ARTIFACTS, "artifacts"},       {KOVRAL_DEFICIENCY_LOW_CONTRAST, "low contrast"},
+           {KOVRAL_DEFICIENCY_OVER_INKED, "over-inked"},     {KOVRAL_DEFICIENCY_SIDEWAYS, "sideways"},
+           {KOVRAL_DEFICIENCY_OVER_ROTATED, "over-rotated"}, {KOVRAL_DEFICIENCY_INCOMPLETE, "incomplete"}};
     nlohmann::ordered_json names = nlohmann::ordered_json::array();
     for (const auto& [bit, name] : kNames)
         if (bits & bit)
@@ -163,12 +160,15 @@ nlohmann::ordered_json DeficiencyNames(uint32_t bits)
 
 const char* HandName(int hand)
 {
-    switch (hand)
-    {
-    case KOVRAL_HAND_RIGHT: return "right four";
-    case KOVRAL_HAND_LEFT: return "left four";
-    case KOVRAL_HAND_THUMBS: return "thumbs";
-    default: return "unknown";
+    switch (hand) {
+    case KOVRAL_HAND_RIGHT:
+        return "right four";
+    case KOVRAL_HAND_LEFT:
+        return "left four";
+    case KOVRAL_HAND_THUMBS:
+        return "thumbs";
+    default:
+        return "unknown";
     }
 }
 
@@ -176,27 +176,28 @@ const char* HandName(int hand)
 
 int HandOfPosition(int position)
 {
-    switch (position)
-    {
-    case 13: return KOVRAL_HAND_RIGHT;
-    case 14: return KOVRAL_HAND_LEFT;
-    case 15: return KOVRAL_HAND_THUMBS;
-    default: return KOVRAL_HAND_UNKNOWN;
+    switch (position) {
+    case 13:
+        return KOVRAL_HAND_RIGHT;
+    case 14:
+        return KOVRAL_HAND_LEFT;
+    case 15:
+        return KOVRAL_HAND_THUMBS;
+    default:
+        return KOVRAL_HAND_UNKNOWN;
     }
 }
 
 nlohmann::ordered_json SummaryJson(const SlapSummary& summary)
 {
     nlohmann::ordered_json fingers = nlohmann::ordered_json::array();
-    for (int i = 0; i < summary.count && i < static_cast<int>(summary.fingerFiles.size()); i++)
-    {
+    for (int i = 0; i < summary.count && i < static_cast<int>(summary.fingerFiles.size()); i++) {
         const KOVRAL_INFO_& f = summary.fingers[i];
         nlohmann::ordered_json finger{
             {"position", i + 1}, {"x", f.x}, {"y", f.y}, {"angle", f.angle}, {"quality", f.quality}};
         PutName(finger, "file", summary.fingerFiles[i]);
         PutFingerPlacement(finger, summary.placement, i);
-        if (summary.accurate)
-        {
+        if (summary.accurate) {
             finger["confidence"] = summary.confidence[i];
             finger["flags"] = FlagNames(summary.flags[i]);
         }
@@ -211,30 +212,27 @@ nlohmann::ordered_json SummaryJson(const SlapSummary& summary)
     json["result"] = summary.result;
     json["count"] = summary.count;
     json["fingers"] = fingers;
-    if (summary.accurate)
-    {
-        if (summary.result == KOVRAL_OK)
-        {
+    if (summary.accurate) {
+        if (summary.result == KOVRAL_OK) {
             const kovral_slap_report& r = summary.report;
             json["locator"] = "accurate";
             json["hand"] = {{"layout", HandName(r.hand)}, {"confidence", r.hand_confidence}};
             // A record naming another hand than the image shows: a common enrolment error.
             const int recorded = HandOfPosition(summary.placement.source.position);
-            if (recorded != KOVRAL_HAND_UNKNOWN)
-            {
+            if (recorded != KOVRAL_HAND_UNKNOWN) {
                 json["hand"]["record"] = HandName(recorded);
                 if (r.hand != KOVRAL_HAND_UNKNOWN && r.hand != recorded)
-                    json["hand"]["mismatch"] = std::string("record says ") + HandName(recorded) + ", image shows "
-                                               + HandName(r.hand);
+                    json["hand"]["mismatch"]
+                        = std::string("record says ") + HandName(recorded) + ", image shows " + HandName(r.hand);
             }
             json["deficiencies"] = DeficiencyNames(r.deficiencies);
             nlohmann::ordered_json rejected = nlohmann::ordered_json::array();
             for (int i = 0; i < r.rejected_count; i++)
-                rejected.push_back({r.rejected[i].left, r.rejected[i].top, r.rejected[i].right, r.rejected[i].bottom});
+                rejected.push_back(
+                    {r.rejected[i].left, r.rejected[i].top, r.rejected[i].right, r.rejected[i].bottom});
             json["rejected"] = rejected;
         }
-    }
-    else if (summary.count == kMaxFingers && summary.result == KOVRAL_OK)
+    } else if (summary.count == kMaxFingers && summary.result == KOVRAL_OK)
         json["hand"] = {{"judgement", summary.judgement}, {"meaning", JudgementMeaning(summary.judgement)}};
     PutSlapPlacement(json, summary.placement);
     return json;

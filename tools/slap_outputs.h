@@ -21,17 +21,17 @@ inline constexpr int kMaxFingers = 4;
 // the JSON summary comes from here, in SummaryJson.
 struct SlapSummary
 {
-    std::string input;              // the file as given, or "(bundled sample)"
+    std::string input; // the file as given, or "(bundled sample)"
     int width = 0;
     int height = 0;
     int fingerWidth = 0;
     int fingerHeight = 0;
-    int result = 0;                 // the split's result code (as KOVRAL_DoSplit's)
+    int result = 0; // the split's result code (as KOVRAL_DoSplit's)
     int count = 0;
     KOVRAL_INFO_ fingers[kMaxFingers] = {};
-    std::vector<std::string> fingerFiles;   // file names beside the summary, left to right
-    int judgement = KOVRAL_EINVAL;  // KOVRAL_JudegeFingers on four fingers
-    SlapPlacement placement;        // the file's slap, its resolution, finger positions and boxes
+    std::vector<std::string> fingerFiles; // file names beside the summary, left to right
+    int judgement = KOVRAL_EINVAL;        // KOVRAL_JudegeFingers on four fingers
+    SlapPlacement placement;              // the file's slap, its resolution, finger positions and boxes
     // With the accurate locator: per finger confidence and flags, and the report.
     bool accurate = false;
     int confidence[kMaxFingers] = {};
@@ -56,7 +56,7 @@ std::vector<std::string> PossibleOutputs(const Options& options, const std::stri
 enum class EarlierOutputs
 {
     None,
-    Complete,     // the summary, every finger image it names, and the overlay if asked for
+    Complete, // the summary, every finger image it names, and the overlay if asked for
     Incomplete
 };
 

@@ -40,8 +40,7 @@ std::vector<uint8_t> FirstBytes(const std::string& path)
 bool DecodeOtherRecord(const uint8_t* data, size_t size, kovral_io::An2kImage& image, std::string& error)
 {
     kovral_io::ReadResult result = kovral_io::ReadImage({data, size});
-    if (!result.ok)
-    {
+    if (!result.ok) {
         error = result.reason;
         return false;
     }
@@ -57,13 +56,11 @@ bool ReadFingerprintSlap(const std::vector<uint8_t>& bytes, const InputFile& inp
     // A record named by the expansion is read whatever the selection; a WSQ file is its one image.
     kovral_io::FingerprintFile file = kovral_io::ReadFingerprintFile(
         bytes.data(), bytes.size(), kovral_io::RecordSelection::All, DecodeOtherRecord, {}, input.record);
-    if (!file.ok)
-    {
+    if (!file.ok) {
         error = file.reason;
         return false;
     }
-    if (file.images.empty())
-    {
+    if (file.images.empty()) {
         error = !file.refused.empty() ? file.refused.front()
                                       : "record " + std::to_string(input.record) + " is no fingerprint image record";
         return false;
@@ -108,11 +105,13 @@ double Rounded(double v, int decimals)
 
 const char* HandFrom(kovral_io::FingerPositions::Hand hand)
 {
-    switch (hand)
-    {
-    case kovral_io::FingerPositions::Hand::Record: return "record";
-    case kovral_io::FingerPositions::Hand::Judgement: return "judgement";
-    default: return "unknown";
+    switch (hand) {
+    case kovral_io::FingerPositions::Hand::Record:
+        return "record";
+    case kovral_io::FingerPositions::Hand::Judgement:
+        return "judgement";
+    default:
+        return "unknown";
     }
 }
 
@@ -124,12 +123,10 @@ void ExpandTransactionFiles(std::vector<InputFile>& inputs, kovral_io::RecordSel
     for (const InputFile& input : inputs)
         taken.insert(input.name);
     std::vector<InputFile> expanded;
-    for (InputFile& input : inputs)
-    {
-        const std::vector<uint8_t> head = input.path.empty() || !input.error.empty() ? std::vector<uint8_t>{}
-                                                                                     : FirstBytes(input.path);
-        if (!kovral_io::LooksLikeAn2k(head.data(), head.size()))
-        {
+    for (InputFile& input : inputs) {
+        const std::vector<uint8_t> head
+            = input.path.empty() || !input.error.empty() ? std::vector<uint8_t>{} : FirstBytes(input.path);
+        if (!kovral_io::LooksLikeAn2k(head.data(), head.size())) {
             expanded.push_back(std::move(input));
             continue;
         }
@@ -140,21 +137,19 @@ void ExpandTransactionFiles(std::vector<InputFile>& inputs, kovral_io::RecordSel
             listing = kovral_io::ListFingerprintRecords(bytes.data(), bytes.size(), selection, true);
         else
             listing.reason = reason;
-        if (!listing.ok || listing.records.empty())
-        {
+        if (!listing.ok || listing.records.empty()) {
             input.error = !listing.ok ? listing.reason
-                          : selection == kovral_io::RecordSelection::Slaps
-                              ? "holds no slap record (finger position 13, 14 or 15; --records all splits every "
-                                "image record)"
-                              : "holds no fingerprint image record";
+                : selection == kovral_io::RecordSelection::Slaps
+                ? "holds no slap record (finger position 13, 14 or 15; --records all splits every "
+                  "image record)"
+                : "holds no fingerprint image record";
             if (listing.ok && !listing.warnings.empty())
                 input.error += ": " + listing.warnings.front();
             expanded.push_back(std::move(input));
             continue;
         }
         taken.erase(input.name);
-        for (const kovral_io::FingerprintRecord& r : listing.records)
-        {
+        for (const kovral_io::FingerprintRecord& r : listing.records) {
             const std::string stem = input.name + "_r" + std::to_string(r.record);
             std::string name = stem;
             for (int n = 2; taken.count(name); n++)
@@ -164,7 +159,7 @@ void ExpandTransactionFiles(std::vector<InputFile>& inputs, kovral_io::RecordSel
             entry.record = r.record;
             entry.recordName = r.name;
             if (!r.refusal.empty())
-                entry.error = r.refusal.substr(r.name.size() + 2);   // the label names the record
+                entry.error = r.refusal.substr(r.name.size() + 2); // the label names the record
             expanded.push_back(std::move(entry));
         }
     }
@@ -177,8 +172,7 @@ bool ReadSlap(const InputFile& input, const Options& options, SlapSource& source
     std::vector<uint8_t> bytes;
     if (!kovral_io::ReadFileBytes(input.path, kMaxFingerprintFileBytes, bytes, error))
         return false;
-    if (kovral_io::LooksLikeAn2k(bytes.data(), bytes.size()) && input.record == 0)
-    {
+    if (kovral_io::LooksLikeAn2k(bytes.data(), bytes.size()) && input.record == 0) {
         error = "an ANSI/NIST-ITL transaction file: name it to kovral-split, which splits its records one by one";
         return false;
     }
@@ -186,8 +180,7 @@ bool ReadSlap(const InputFile& input, const Options& options, SlapSource& source
         return ReadFingerprintSlap(bytes, input, source, image, error);
 
     kovral_io::ReadResult result = kovral_io::ReadImage(bytes, ImageReadOptions(options));
-    if (!result.ok)
-    {
+    if (!result.ok) {
         error = result.reason;
         if (result.format.empty() && !options.rawSize && error.starts_with("not a ") && error.ends_with(" image"))
             error += " (raw files need --size WxH)";
@@ -217,37 +210,36 @@ void NoteImageSource(const kovral_io::ReadResult& result, SlapSource& source)
 bool PrepareSlap(const GrayImage& image, const SlapSource& source, const Options& options,
                  kovral_io::SplitPreparation& prepared, std::string& error)
 {
-    const kovral_io::PpiMode mode = options.ppiAuto    ? kovral_io::PpiMode::Auto
-                                    : options.ppi > 0 ? kovral_io::PpiMode::Given
-                                                      : kovral_io::PpiMode::Stated;
+    const kovral_io::PpiMode mode = options.ppiAuto ? kovral_io::PpiMode::Auto
+        : options.ppi > 0                           ? kovral_io::PpiMode::Given
+                                                    : kovral_io::PpiMode::Stated;
     kovral_io::SplitLimits limits;
     limits.minWidth = KOVRAL_MIN_WIDTH;
     limits.minHeight = KOVRAL_MIN_HEIGHT;
     limits.maxWidth = KOVRAL_MAX_WIDTH;
     limits.maxHeight = KOVRAL_MAX_HEIGHT;
     prepared = kovral_io::PrepareForSplit(image.pixels.data(), image.width, image.height, source.statedPpi, mode,
-                                          options.ppi, options.fitScale ? kovral_io::FitMode::Scale
-                                                                        : kovral_io::FitMode::Refuse,
+                                          options.ppi,
+                                          options.fitScale ? kovral_io::FitMode::Scale : kovral_io::FitMode::Refuse,
                                           limits, kovral_io::PixelCopy::WhenChanged);
     if (!prepared.ok)
         error = prepared.reason;
     return prepared.ok;
 }
 
-void PlaceFingers(SlapPlacement& placement, const KOVRAL_INFO_* fingers, int count, int fingerWidth,
-                  int fingerHeight, int judgement)
+void PlaceFingers(SlapPlacement& placement, const KOVRAL_INFO_* fingers, int count, int fingerWidth, int fingerHeight,
+                  int judgement)
 {
     int judged = kovral_io::kNotJudged;
     if (count == 4 && judgement == KOVRAL_JUDGE_LEFT)
         judged = kovral_io::kJudgedRight;
     else if (count == 4 && judgement == KOVRAL_JUDGE_RIGHT)
         judged = kovral_io::kJudgedLeft;
-    placement.positions =
-        kovral_io::AssignFingerPositions(placement.source.position, count, judged, placement.source.missing);
+    placement.positions
+        = kovral_io::AssignFingerPositions(placement.source.position, count, judged, placement.source.missing);
     const kovral_io::SplitPreparation& p = placement.prepared;
     placement.fingers.assign(size_t(std::max(0, count)), {});
-    for (int i = 0; i < count; i++)
-    {
+    for (int i = 0; i < count; i++) {
         SlapPlacement::Finger& f = placement.fingers[size_t(i)];
         f.x = int(std::lround(p.SourceX(fingers[i].x)));
         f.y = int(std::lround(p.SourceY(fingers[i].y)));
@@ -284,8 +276,7 @@ void PutSlapPlacement(nlohmann::ordered_json& json, const SlapPlacement& placeme
     const SlapSource& s = placement.source;
     const kovral_io::SplitPreparation& p = placement.prepared;
     nlohmann::ordered_json source{{"format", s.format}};
-    if (s.record > 0)
-    {
+    if (s.record > 0) {
         source["record"] = s.record;
         source["record_type"] = s.recordType;
         if (s.idc >= 0)
@@ -319,9 +310,10 @@ void PutSlapPlacement(nlohmann::ordered_json& json, const SlapPlacement& placeme
                         {"top", p.cropTop},
                         {"right", p.cropRight},
                         {"bottom", p.cropBottom},
-                        {"note", "the image was over the split's limit of " + std::to_string(KOVRAL_MAX_WIDTH) +
-                                     " x " + std::to_string(KOVRAL_MAX_HEIGHT) +
-                                     " pixels by a little; the excess was cut equally from both sides"}};
+                        {"note",
+                         "the image was over the split's limit of " + std::to_string(KOVRAL_MAX_WIDTH) + " x "
+                             + std::to_string(KOVRAL_MAX_HEIGHT)
+                             + " pixels by a little; the excess was cut equally from both sides"}};
 
     const kovral_io::FingerPositions& f = placement.positions;
     json["fgp_from"] = HandFrom(f.handFrom);

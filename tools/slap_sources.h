@@ -23,15 +23,15 @@ namespace kovral_tool {
 // What the file says about a slap besides its pixels.
 struct SlapSource
 {
-    bool fingerprintFile = false;   // read from a WSQ or transaction file
-    std::string format;             // e.g. "ANSI/NIST Type-14 WSQ20", "WSQ", "PNG"
-    int record = 0;                 // record number in a transaction file, 0 otherwise
+    bool fingerprintFile = false; // read from a WSQ or transaction file
+    std::string format;           // e.g. "ANSI/NIST Type-14 WSQ20", "WSQ", "PNG"
+    int record = 0;               // record number in a transaction file, 0 otherwise
     int recordType = 0;
     int idc = -1;
-    int position = kovral_io::kFgpUnknown;   // the record's finger position
-    int impression = -1;            // the record's impression type, -1 when none
+    int position = kovral_io::kFgpUnknown; // the record's finger position
+    int impression = -1;                   // the record's impression type, -1 when none
     std::vector<kovral_io::An2kMissingFinger> missing;
-    std::vector<std::string> notes;  // e.g. the record's size disagreeing with its image's
+    std::vector<std::string> notes; // e.g. the record's size disagreeing with its image's
     double statedPpi = 0;           // 0: the file states none
     std::string ppiSource;
 };
@@ -62,13 +62,13 @@ bool PrepareSlap(const GrayImage& image, const SlapSource& source, const Options
 struct SlapPlacement
 {
     SlapSource source;
-    kovral_io::SplitPreparation prepared;   // pixels dropped once split
+    kovral_io::SplitPreparation prepared; // pixels dropped once split
     kovral_io::FingerPositions positions;
     struct Finger
     {
-        int x = 0, y = 0;                    // centre in original pixels, rounded
+        int x = 0, y = 0; // centre in original pixels, rounded
         bool boxed = false;
-        kovral_io::SourcePoint corners[4];   // tl, tr, bl, br in original pixels
+        kovral_io::SourcePoint corners[4]; // tl, tr, bl, br in original pixels
     };
     std::vector<Finger> fingers;
 };
@@ -76,8 +76,8 @@ struct SlapPlacement
 // Positions and boxes of count fingers found in prepared; judgement is the
 // hand judgement of four fingers (KOVRAL_JUDGE_LEFT: a right hand), else
 // anything else.
-void PlaceFingers(SlapPlacement& placement, const KOVRAL_INFO_* fingers, int count, int fingerWidth,
-                  int fingerHeight, int judgement);
+void PlaceFingers(SlapPlacement& placement, const KOVRAL_INFO_* fingers, int count, int fingerWidth, int fingerHeight,
+                  int judgement);
 
 // The finger position code that finger i's file name carries, or -1 when the
 // name carries none (slaps of plain image files keep their plain names).

@@ -42,11 +42,10 @@ void DescribeSampleResults(const Options& options, const InputFile& sample, size
     std::string dir = std::filesystem::absolute(options.outDir).lexically_normal().string();
     std::printf("Split the bundled sample slap: %zu fingers found.\nResults in %s:\n", fingers, dir.c_str());
     if (fingers > 0)
-        std::printf("  %s .. %s  finger images, left to right\n",
-                    std::filesystem::path(FingerPath(options, sample.name, 1)).filename().c_str(),
-                    std::filesystem::path(FingerPath(options, sample.name, static_cast<int>(fingers)))
-                        .filename()
-                        .c_str());
+        std::printf(
+            "  %s .. %s  finger images, left to right\n",
+            std::filesystem::path(FingerPath(options, sample.name, 1)).filename().c_str(),
+            std::filesystem::path(FingerPath(options, sample.name, static_cast<int>(fingers))).filename().c_str());
     std::printf("  %s  centres, angles, quality, hand judgement\n",
                 std::filesystem::path(SummaryPath(options, sample.name)).filename().c_str());
     std::printf("  %s  the slap with every finger marked\n",
@@ -67,8 +66,7 @@ int main(int argc, char** argv)
 
     // The output folder: taken once for the whole run, before any input is looked at.
     std::string error;
-    if (!LockOutputFolder(options.outDir, error))
-    {
+    if (!LockOutputFolder(options.outDir, error)) {
         std::fprintf(stderr, "kovral-split: %s\n", error.c_str());
         return kFailed;
     }
@@ -80,32 +78,25 @@ int main(int argc, char** argv)
     // Without inputs: the bundled sample, with its overlay, into the output folder.
     bool sample = options.inputs.empty();
     std::vector<InputFile> inputs;
-    if (sample)
-    {
+    if (sample) {
         inputs.push_back({"", "sample", ""});
         options.overlay = true;
-    }
-    else
-    {
+    } else {
         inputs = CollectInputs(options.inputs, rules);
         ExpandTransactionFiles(inputs, options.records);
     }
     const std::set<FileIdentity> inputFiles = InputIdentities(inputs);
-    if (!options.report.empty())
-    {
+    if (!options.report.empty()) {
         std::error_code ec;
-        if (!options.force && std::filesystem::exists(std::filesystem::symlink_status(options.report, ec)))
-        {
+        if (!options.force && std::filesystem::exists(std::filesystem::symlink_status(options.report, ec))) {
             std::fprintf(stderr, "kovral-split: %s exists (--force replaces it)\n", options.report.c_str());
             return kFailed;
         }
         options.overlay = true;
     }
-    if (!options.an2kOut.empty() && !options.force)
-    {
+    if (!options.an2kOut.empty() && !options.force) {
         std::error_code ec;
-        if (std::filesystem::exists(std::filesystem::symlink_status(options.an2kOut, ec)))
-        {
+        if (std::filesystem::exists(std::filesystem::symlink_status(options.an2kOut, ec))) {
             std::fprintf(stderr, "kovral-split: %s exists (--force replaces it)\n", options.an2kOut.c_str());
             return kFailed;
         }
@@ -114,12 +105,10 @@ int main(int argc, char** argv)
 
     Progress progress(inputs.size(), options.quiet || sample);
     std::vector<size_t> runnable;
-    for (size_t i = 0; i < inputs.size(); i++)
-    {
+    for (size_t i = 0; i < inputs.size(); i++) {
         if (inputs[i].error.empty())
             runnable.push_back(i);
-        else
-        {
+        else {
             outcomes[i] = {false, 0, inputs[i].error};
             progress.Done(Label(inputs[i]), outcomes[i]);
         }
@@ -141,11 +130,11 @@ int main(int argc, char** argv)
         RemoveTemporariesOf(pid, std::filesystem::path(SummaryPath(options, inputs[runnable[k]].name)).parent_path());
     };
     int jobs = static_cast<int>(std::min<size_t>(static_cast<size_t>(options.jobs), runnable.size()));
-    BatchEnd end = RunInWorkers(runnable.size(), jobs, task, report, [&] { progress.Tick(); }, died);
+    BatchEnd end = RunInWorkers(
+        runnable.size(), jobs, task, report, [&] { progress.Tick(); }, died);
     progress.Finish();
 
-    if (end.signal)
-    {
+    if (end.signal) {
         std::printf("kovral-split: interrupted by SIG%s: %s, %zu not started\n", sigabbrev_np(end.signal),
                     progress.Summary().c_str(), end.notStarted);
         std::fflush(stdout);
@@ -153,8 +142,7 @@ int main(int argc, char** argv)
     }
 
     bool reviewWritten = true;
-    if (!options.report.empty())
-    {
+    if (!options.report.empty()) {
         std::vector<ReviewSlap> slaps;
         for (size_t i = 0; i < inputs.size(); i++)
             slaps.push_back(ReviewEntry(options, inputs[i], Label(inputs[i]), outcomes[i]));
@@ -163,8 +151,7 @@ int main(int argc, char** argv)
             std::fprintf(stderr, "kovral-split: %s\n", error.c_str());
     }
 
-    if (!options.an2kOut.empty() && !WriteFingerTransaction(options, inputs, outcomes, inputFiles, error))
-    {
+    if (!options.an2kOut.empty() && !WriteFingerTransaction(options, inputs, outcomes, inputFiles, error)) {
         std::fprintf(stderr, "kovral-split: %s\n", error.c_str());
         reviewWritten = false;
     }

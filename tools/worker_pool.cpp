@@ -48,8 +48,7 @@ struct Worker
 template <typename Byte, typename Transfer>
 bool TransferAll(int fd, Byte* p, size_t size, Transfer transfer)
 {
-    while (size > 0)
-    {
+    while (size > 0) {
         ssize_t n = transfer(fd, p, size);
         if (n < 0 && errno == EINTR)
             continue;
@@ -74,15 +73,11 @@ bool ReadAll(int fd, void* data, size_t size)
 [[noreturn]] void WorkerMain(int taskFd, int resultFd, const TaskFunction& task)
 {
     uint64_t index = 0;
-    while (ReadAll(taskFd, &index, sizeof index))
-    {
+    while (ReadAll(taskFd, &index, sizeof index)) {
         TaskOutcome outcome;
-        try
-        {
+        try {
             outcome = task(static_cast<size_t>(index));
-        }
-        catch (const std::exception& e)
-        {
+        } catch (const std::exception& e) {
             outcome = {false, 0, std::string("internal error: ") + e.what()};
         }
         nlohmann::json result{{"ok", outcome.ok},
@@ -101,7 +96,7 @@ std::string DeathReason(int status)
 {
     if (WIFSIGNALED(status))
         return "the worker process was killed by signal " + std::to_string(WTERMSIG(status)) + " ("
-               + strsignal(WTERMSIG(status)) + ") while splitting this file";
+            + strsignal(WTERMSIG(status)) + ") while splitting this file";
     return "the worker process ended (status " + std::to_string(WEXITSTATUS(status)) + ") while splitting this file";
 }
 
@@ -110,8 +105,7 @@ class Pool
 public:
     Pool(size_t count, const TaskFunction& task, const ReportFunction& report, const DeathFunction& died)
         : count_(count), task_(task), report_(report), died_(died)
-    {
-    }
+    { }
 
     // Hands out no more tasks: a worker leaves when it has finished its own.
     // Returns the number of tasks never started.
@@ -120,8 +114,7 @@ public:
         size_t notStarted = count_ - next_;
         next_ = count_;
         for (Worker& worker : workers_)
-            if (worker.taskFd >= 0)
-            {
+            if (worker.taskFd >= 0) {
                 close(worker.taskFd);
                 worker.taskFd = -1;
             }
@@ -140,13 +133,11 @@ public:
     bool Start(std::string& error)
     {
         int tasks[2], results[2];
-        if (pipe2(tasks, O_CLOEXEC) != 0)
-        {
+        if (pipe2(tasks, O_CLOEXEC) != 0) {
             error = std::strerror(errno);
             return false;
         }
-        if (pipe2(results, O_CLOEXEC) != 0)
-        {
+        if (pipe2(results, O_CLOEXEC) != 0) {
             error = std::strerror(errno);
             close(tasks[0]);
             close(tasks[1]);
@@ -155,10 +146,8 @@ public:
         std::fflush(stdout);
         std::fflush(stderr);
         pid_t pid = fork();
-        if (pid == 0)
-        {
-            for (const Worker& other : workers_)
-            {
+        if (pid == 0) {
+            for (const Worker& other : workers_) {
                 close(other.taskFd);
                 close(other.resultFd);
             }
@@ -172,8 +161,7 @@ public:
         }
         close(tasks[0]);
         close(results[1]);
-        if (pid < 0)
-        {
+        if (pid < 0) {
             error = std::strerror(errno);
             close(tasks[1]);
             close(results[0]);
@@ -186,8 +174,7 @@ public:
 
     void Assign(Worker& worker)
     {
-        if (next_ >= count_)
-        {
+        if (next_ >= count_) {
             // No more work: end of file tells the worker to leave.
             if (worker.taskFd >= 0)
                 close(worker.taskFd);
@@ -210,13 +197,12 @@ public:
         int ready = poll(fds.data(), fds.size(), kTickMilliseconds);
         tick();
         if (ready <= 0)
-            return true;   // also after a signal, which the caller looks at
+            return true; // also after a signal, which the caller looks at
         for (size_t i = fds.size(); i-- > 0;)
             if (fds[i].revents)
                 Read(i);
         // Replace workers that died while tasks remain.
-        while (next_ < count_ && static_cast<int>(workers_.size()) < jobs && fruitlessStarts_ < kMaxFruitlessStarts)
-        {
+        while (next_ < count_ && static_cast<int>(workers_.size()) < jobs && fruitlessStarts_ < kMaxFruitlessStarts) {
             std::string error;
             if (!Start(error))
                 break;
@@ -239,15 +225,13 @@ private:
         ssize_t n = read(workers_[i].resultFd, chunk, sizeof chunk);
         if (n < 0 && errno == EINTR)
             return;
-        if (n <= 0)
-        {
+        if (n <= 0) {
             Reap(i);
             return;
         }
         Worker& worker = workers_[i];
         worker.pending.append(chunk, static_cast<size_t>(n));
-        for (size_t end; (end = worker.pending.find('\n')) != std::string::npos;)
-        {
+        for (size_t end; (end = worker.pending.find('\n')) != std::string::npos;) {
             nlohmann::json line = nlohmann::json::parse(worker.pending.substr(0, end), nullptr, false);
             worker.pending.erase(0, end + 1);
             TaskOutcome outcome{false, 0, "the worker process sent a garbled result"};
@@ -271,16 +255,13 @@ private:
             close(worker.taskFd);
         close(worker.resultFd);
         int status = 0;
-        while (waitpid(worker.pid, &status, 0) < 0 && errno == EINTR)
-        {
+        while (waitpid(worker.pid, &status, 0) < 0 && errno == EINTR) {
         }
-        if (worker.task != kNoTask)
-        {
+        if (worker.task != kNoTask) {
             if (died_)
                 died_(worker.task, worker.pid);
             report_(worker.task, {false, 0, killing_ ? "discarded: the run was interrupted" : DeathReason(status)});
-        }
-        else if (next_ < count_)
+        } else if (next_ < count_)
             fruitlessStarts_++;
     }
 
@@ -316,8 +297,7 @@ BatchEnd RunInWorkers(size_t count, int jobs, const TaskFunction& task, const Re
 {
     BatchEnd end;
     end.signal = Interruption();
-    if (count == 0 || end.signal)
-    {
+    if (count == 0 || end.signal) {
         end.notStarted = count;
         return end;
     }
@@ -335,17 +315,14 @@ BatchEnd RunInWorkers(size_t count, int jobs, const TaskFunction& task, const Re
     if (started == 0)
         pool.FailRemaining("cannot start a worker process: " + error);
     bool stopped = false, killed = false;
-    while (pool.Step(jobs, tick))
-    {
+    while (pool.Step(jobs, tick)) {
         const int signals = g_signals;
-        if (signals >= 1 && !stopped)
-        {
+        if (signals >= 1 && !stopped) {
             stopped = true;
             end.signal = Interruption();
             end.notStarted = pool.Stop();
         }
-        if (signals >= 2 && !killed)
-        {
+        if (signals >= 2 && !killed) {
             killed = true;
             pool.Kill();
         }

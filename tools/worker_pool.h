@@ -17,14 +17,13 @@ struct TaskOutcome
     TaskOutcome(bool ok = false, int fingers = 0, std::string message = "", bool skipped = false,
                 std::string record = "")
         : ok(ok), fingers(fingers), message(std::move(message)), skipped(skipped), record(std::move(record))
-    {
-    }
+    { }
 
     bool ok;
     int fingers;
-    std::string message;   // the reason of a failure, or what was written
-    bool skipped;          // ok, and nothing needed doing
-    std::string record;    // the slap's JSON summary when one was written, else ""
+    std::string message; // the reason of a failure, or what was written
+    bool skipped;        // ok, and nothing needed doing
+    std::string record;  // the slap's JSON summary when one was written, else ""
 };
 
 using TaskFunction = std::function<TaskOutcome(size_t index)>;
@@ -41,8 +40,8 @@ int Interruption();
 
 struct BatchEnd
 {
-    int signal = 0;          // the interruption that ended the batch early, or 0
-    size_t notStarted = 0;   // tasks never handed to a worker because of it
+    int signal = 0;        // the interruption that ended the batch early, or 0
+    size_t notStarted = 0; // tasks never handed to a worker because of it
 };
 
 // Runs task(i) for every i below count in up to jobs worker processes forked

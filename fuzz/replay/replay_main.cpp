@@ -29,7 +29,7 @@ std::vector<std::filesystem::path> InputsOf(const std::filesystem::path& arg)
     return files;
 }
 
-}  // namespace
+} // namespace
 
 int main(int argc, char** argv)
 {

@@ -11,16 +11,16 @@ namespace kovral_io {
 
 namespace {
 
-constexpr uint8_t kFs = 0x1c;   // ends a tagged record
-constexpr uint8_t kGs = 0x1d;   // ends a field
-constexpr uint8_t kRs = 0x1e;   // separates subfields
-constexpr uint8_t kUs = 0x1f;   // separates items of a subfield
+constexpr uint8_t kFs = 0x1c; // ends a tagged record
+constexpr uint8_t kGs = 0x1d; // ends a field
+constexpr uint8_t kRs = 0x1e; // separates subfields
+constexpr uint8_t kUs = 0x1f; // separates items of a subfield
 
 constexpr int kImageField = 999;
-constexpr size_t kBinaryHeaderBytes = 18;   // Types 3-7
-constexpr size_t kSignatureHeaderBytes = 12;  // Type-8
+constexpr size_t kBinaryHeaderBytes = 18;    // Types 3-7
+constexpr size_t kSignatureHeaderBytes = 12; // Type-8
 constexpr int kMaxRecords = 10000;
-constexpr int kUnusedPosition = 255;        // an unused finger position byte of a binary record
+constexpr int kUnusedPosition = 255; // an unused finger position byte of a binary record
 
 // Resolution of binary records: NTR for Types 4 and 6, half of it for Types
 // 3 and 5 (low-resolution records); 19.69 pixels per millimetre when absent.
@@ -41,13 +41,19 @@ constexpr int kFieldBpx = 12;
 constexpr int kFieldFgp = 13;
 constexpr int kFieldAmp = 18;
 
-bool IsBinaryType(int type) { return type >= 3 && type <= 8; }
-bool IsTaggedImageType(int type) { return type == 13 || type == 14 || type == 15; }
+bool IsBinaryType(int type)
+{
+    return type >= 3 && type <= 8;
+}
+bool IsTaggedImageType(int type)
+{
+    return type == 13 || type == 14 || type == 15;
+}
 
 struct Field
 {
     int number = 0;
-    std::string value;   // separators kept
+    std::string value; // separators kept
 };
 
 struct TaggedRecord
@@ -71,8 +77,7 @@ std::vector<std::string> Split(const std::string& s, char separator)
 {
     std::vector<std::string> parts;
     size_t from = 0;
-    for (;;)
-    {
+    for (;;) {
         const size_t at = s.find(separator, from);
         parts.push_back(s.substr(from, at == std::string::npos ? std::string::npos : at - from));
         if (at == std::string::npos)
@@ -127,23 +132,20 @@ bool ReadTagged(const uint8_t* d, size_t size, size_t start, TaggedRecord& recor
 {
     size_t pos = start;
     int type = 0, number = 0;
-    if (!ParseTag(d, size, pos, type, number) || number != 1)
-    {
+    if (!ParseTag(d, size, pos, type, number) || number != 1) {
         why = "does not start with its length field";
         return false;
     }
     size_t length = 0, digits = 0;
     while (pos < size && d[pos] >= '0' && d[pos] <= '9' && digits < 12)
         length = length * 10 + (d[pos++] - '0'), digits++;
-    if (digits == 0 || pos >= size || (d[pos] != kGs && d[pos] != kFs))
-    {
+    if (digits == 0 || pos >= size || (d[pos] != kGs && d[pos] != kFs)) {
         why = "has an unreadable length field";
         return false;
     }
-    if (length < pos - start + 1 || length > size - start)
-    {
-        why = "says it is " + std::to_string(length) + " bytes long, but " +
-              (length > size - start ? "only " + std::to_string(size - start) + " bytes are left"
+    if (length < pos - start + 1 || length > size - start) {
+        why = "says it is " + std::to_string(length) + " bytes long, but "
+            + (length > size - start ? "only " + std::to_string(size - start) + " bytes are left"
                                      : std::string("its length field alone is longer"));
         return false;
     }
@@ -151,21 +153,18 @@ bool ReadTagged(const uint8_t* d, size_t size, size_t start, TaggedRecord& recor
     record.type = type;
     const size_t end = start + length;
     record.fields.push_back({1, std::to_string(length)});
-    while (pos < end && d[pos] == kGs)
-    {
+    while (pos < end && d[pos] == kGs) {
         pos++;
         int fieldType = 0, field = 0;
-        if (!ParseTag(d, end, pos, fieldType, field))
-        {
+        if (!ParseTag(d, end, pos, fieldType, field)) {
             why = "has a field without a readable tag at offset " + std::to_string(pos);
             record.length = length;
             return false;
         }
         if (fieldType != type)
-            warnings.push_back(name + ": field " + std::to_string(fieldType) + "." + std::to_string(field) +
-                               " in a Type-" + std::to_string(type) + " record");
-        if (field == kImageField)
-        {
+            warnings.push_back(name + ": field " + std::to_string(fieldType) + "." + std::to_string(field)
+                               + " in a Type-" + std::to_string(type) + " record");
+        if (field == kImageField) {
             // The image runs to the byte before the record's end, whatever it holds.
             record.length = length;
             record.hasData = true;
@@ -209,10 +208,10 @@ An2kCompression CompressionFromName(std::string s)
 
 An2kCompression CompressionFromCode(int code)
 {
-    static const An2kCompression codes[] = {An2kCompression::None,         An2kCompression::Wsq,
-                                            An2kCompression::Jpeg,         An2kCompression::JpegLossless,
-                                            An2kCompression::Jpeg2000,     An2kCompression::Jpeg2000Lossless,
-                                            An2kCompression::Png};
+    static const An2kCompression codes[]
+        = {An2kCompression::None,         An2kCompression::Wsq,      An2kCompression::Jpeg,
+           An2kCompression::JpegLossless, An2kCompression::Jpeg2000, An2kCompression::Jpeg2000Lossless,
+           An2kCompression::Png};
     return code >= 0 && code < int(std::size(codes)) ? codes[code] : An2kCompression::Unknown;
 }
 
@@ -241,7 +240,7 @@ An2kImageRecord BinaryImage(const uint8_t* d, size_t start, size_t length, int i
     r.compressionText = std::to_string(code);
     r.compression = CompressionFromCode(code);
     if ((type == 5 || type == 6) && code != 0)
-        r.compression = An2kCompression::Unknown;   // binary images know only "uncompressed" here
+        r.compression = An2kCompression::Unknown; // binary images know only "uncompressed" here
     r.bitsPerPixel = type == 5 || type == 6 ? 1 : 8;
     const bool lowResolution = type == 3 || type == 5;
     const double ppmm = ntr > 0 ? ntr : kDefaultPpmm;
@@ -269,26 +268,22 @@ An2kImageRecord TaggedImage(const TaggedRecord& t, int index, double ntr, std::v
     r.statedHeight = std::max(0, intField(kFieldVll));
     const int bpx = intField(kFieldBpx);
     r.bitsPerPixel = bpx > 0 ? bpx : 8;
-    if (const std::string* cga = t.Find(kFieldCga))
-    {
+    if (const std::string* cga = t.Find(kFieldCga)) {
         r.compressionText = *cga;
         r.compression = CompressionFromName(*cga);
     }
     const std::string name = r.Name();
     if (const std::string* fgp = t.Find(kFieldFgp))
-        for (const std::string& sub : Split(*fgp, char(kRs)))
-        {
+        for (const std::string& sub : Split(*fgp, char(kRs))) {
             const int p = ToInt(Split(sub, char(kUs)).front());
             if (p >= 0)
                 r.positions.push_back(p);
         }
     if (const std::string* amp = t.Find(kFieldAmp))
-        for (const std::string& sub : Split(*amp, char(kRs)))
-        {
+        for (const std::string& sub : Split(*amp, char(kRs))) {
             const std::vector<std::string> items = Split(sub, char(kUs));
             const int p = ToInt(items.front());
-            if (p < 0 || items.size() < 2)
-            {
+            if (p < 0 || items.size() < 2) {
                 warnings.push_back(name + ": unreadable amputation entry");
                 continue;
             }
@@ -303,16 +298,13 @@ An2kImageRecord TaggedImage(const TaggedRecord& t, int index, double ntr, std::v
     const double thps = thpsText ? ToDouble(*thpsText) : -1;
     const double tvps = tvpsText ? ToDouble(*tvpsText) : -1;
     const std::string fields = std::to_string(t.type) + ".008-" + std::to_string(t.type) + ".010";
-    if ((slc == 1 || slc == 2) && thps > 0)
-    {
+    if ((slc == 1 || slc == 2) && thps > 0) {
         r.ppi = slc == 1 ? thps : thps * kCmPerInch;
         r.ppiSource = fields + (slc == 1 ? " (SLC 1, pixels per inch)" : " (SLC 2, pixels per centimetre)");
         if (tvps > 0 && tvps != thps)
-            warnings.push_back(name + ": pixels are not square (" + *thpsText + " x " + *tvpsText +
-                               "); the horizontal scale is used");
-    }
-    else if (ntr > 0)
-    {
+            warnings.push_back(name + ": pixels are not square (" + *thpsText + " x " + *tvpsText
+                               + "); the horizontal scale is used");
+    } else if (ntr > 0) {
         r.ppi = ntr * kMmPerInch;
         r.ppiSource = "1.012 NTR";
     }
@@ -325,21 +317,31 @@ An2kImageRecord TaggedImage(const TaggedRecord& t, int index, double ntr, std::v
 
 const char* CompressionName(An2kCompression compression)
 {
-    switch (compression)
-    {
-    case An2kCompression::None: return "NONE";
-    case An2kCompression::Wsq: return "WSQ20";
-    case An2kCompression::Jpeg: return "JPEGB";
-    case An2kCompression::JpegLossless: return "JPEGL";
-    case An2kCompression::Jpeg2000: return "JP2";
-    case An2kCompression::Jpeg2000Lossless: return "JP2L";
-    case An2kCompression::Png: return "PNG";
-    case An2kCompression::Unknown: break;
+    switch (compression) {
+    case An2kCompression::None:
+        return "NONE";
+    case An2kCompression::Wsq:
+        return "WSQ20";
+    case An2kCompression::Jpeg:
+        return "JPEGB";
+    case An2kCompression::JpegLossless:
+        return "JPEGL";
+    case An2kCompression::Jpeg2000:
+        return "JP2";
+    case An2kCompression::Jpeg2000Lossless:
+        return "JP2L";
+    case An2kCompression::Png:
+        return "PNG";
+    case An2kCompression::Unknown:
+        break;
     }
     return "unknown";
 }
 
-std::string An2kImageRecord::Name() const { return RecordName(index, type, idc); }
+std::string An2kImageRecord::Name() const
+{
+    return RecordName(index, type, idc);
+}
 
 bool LooksLikeAn2k(const uint8_t* data, size_t size)
 {
@@ -356,13 +358,11 @@ bool ReadAn2k(const uint8_t* d, size_t size, An2kFile& file, std::string& error)
 
     TaggedRecord type1;
     std::string why;
-    if (!LooksLikeAn2k(d, size))
-    {
+    if (!LooksLikeAn2k(d, size)) {
         error = "ANSI/NIST: no Type-1 record at the start of the file";
         return false;
     }
-    if (!ReadTagged(d, size, 0, type1, why, warnings, "record 1 (Type-1)"))
-    {
+    if (!ReadTagged(d, size, 0, type1, why, warnings, "record 1 (Type-1)")) {
         error = "ANSI/NIST: the Type-1 record " + why;
         return false;
     }
@@ -373,8 +373,7 @@ bool ReadAn2k(const uint8_t* d, size_t size, An2kFile& file, std::string& error)
     if (const std::string* ntr = type1.Find(12))
         file.transmittingPpmm = std::max(0.0, ToDouble(*ntr));
     const std::string* cnt = type1.Find(3);
-    if (!cnt)
-    {
+    if (!cnt) {
         error = "ANSI/NIST: the Type-1 record has no content list (1.003)";
         return false;
     }
@@ -388,47 +387,43 @@ bool ReadAn2k(const uint8_t* d, size_t size, An2kFile& file, std::string& error)
     const std::vector<std::string> subfields = Split(*cnt, char(kRs));
     const std::vector<std::string> head = Split(subfields.front(), char(kUs));
     const int stated = head.size() >= 2 ? ToInt(head[1]) : -1;
-    for (size_t i = 1; i < subfields.size() && entries.size() < kMaxRecords; i++)
-    {
+    for (size_t i = 1; i < subfields.size() && entries.size() < kMaxRecords; i++) {
         const std::vector<std::string> items = Split(subfields[i], char(kUs));
         const int type = ToInt(items[0]);
-        if (type < 0)
-        {
-            warnings.push_back("content list entry " + std::to_string(i) + " has no record type; the list ends there");
+        if (type < 0) {
+            warnings.push_back("content list entry " + std::to_string(i)
+                               + " has no record type; the list ends there");
             break;
         }
         entries.push_back({type, items.size() >= 2 ? ToInt(items[1]) : -1});
     }
     if (stated != int(subfields.size()) - 1)
-        warnings.push_back("the content list says " + std::to_string(stated) + " records and lists " +
-                           std::to_string(subfields.size() - 1));
+        warnings.push_back("the content list says " + std::to_string(stated) + " records and lists "
+                           + std::to_string(subfields.size() - 1));
 
     size_t pos = type1.length;
     file.records = 1;
-    for (size_t i = 0; i < entries.size(); i++)
-    {
-        const int index = int(i) + 2;   // counted from 1, the Type-1 record
+    for (size_t i = 0; i < entries.size(); i++) {
+        const int index = int(i) + 2; // counted from 1, the Type-1 record
         const Entry& e = entries[i];
         const std::string name = RecordName(index, e.type, e.idc);
-        if (pos >= size)
-        {
-            warnings.push_back("the file ends before " + name + " (" + std::to_string(entries.size() - i) +
-                               " listed records missing)");
+        if (pos >= size) {
+            warnings.push_back("the file ends before " + name + " (" + std::to_string(entries.size() - i)
+                               + " listed records missing)");
             return true;
         }
-        if (IsBinaryType(e.type))
-        {
+        if (IsBinaryType(e.type)) {
             const size_t header = e.type == 8 ? kSignatureHeaderBytes : e.type == 7 ? 5 : kBinaryHeaderBytes;
             const size_t left = size - pos;
-            const size_t length = left >= 4 ? size_t(d[pos]) << 24 | size_t(d[pos + 1]) << 16 |
-                                                  size_t(d[pos + 2]) << 8 | d[pos + 3]
-                                            : 0;
-            if (left < header || length < header || length > left)
-            {
-                warnings.push_back(name + (length > left ? " says it is " + std::to_string(length) + " bytes long, but only " +
-                                                               std::to_string(left) + " are left"
-                                                         : " is shorter than its header") +
-                                   "; the records from here on are not read");
+            const size_t length = left >= 4
+                ? size_t(d[pos]) << 24 | size_t(d[pos + 1]) << 16 | size_t(d[pos + 2]) << 8 | d[pos + 3]
+                : 0;
+            if (left < header || length < header || length > left) {
+                warnings.push_back(name
+                                   + (length > left ? " says it is " + std::to_string(length)
+                                              + " bytes long, but only " + std::to_string(left) + " are left"
+                                                    : " is shorter than its header")
+                                   + "; the records from here on are not read");
                 return true;
             }
             if (e.idc >= 0 && d[pos + 4] != e.idc)
@@ -436,14 +431,10 @@ bool ReadAn2k(const uint8_t* d, size_t size, An2kFile& file, std::string& error)
             if (e.type <= 6)
                 file.images.push_back(BinaryImage(d, pos, length, index, e.type, file.transmittingPpmm));
             pos += length;
-        }
-        else
-        {
+        } else {
             TaggedRecord t;
-            if (!ReadTagged(d, size, pos, t, why, warnings, name))
-            {
-                if (t.length == 0)
-                {
+            if (!ReadTagged(d, size, pos, t, why, warnings, name)) {
+                if (t.length == 0) {
                     warnings.push_back(name + " " + why + "; the records from here on are not read");
                     return true;
                 }
@@ -454,12 +445,10 @@ bool ReadAn2k(const uint8_t* d, size_t size, An2kFile& file, std::string& error)
             }
             if (t.type != e.type)
                 warnings.push_back(name + ": its fields say Type-" + std::to_string(t.type) + "; read as such");
-            if (IsTaggedImageType(t.type))
-            {
+            if (IsTaggedImageType(t.type)) {
                 if (!t.hasData)
                     warnings.push_back(name + " has no image field");
-                else
-                {
+                else {
                     An2kImageRecord r = TaggedImage(t, index, file.transmittingPpmm, warnings);
                     if (e.idc >= 0 && r.idc >= 0 && r.idc != e.idc)
                         warnings.push_back(r.Name() + ": the content list gives IDC " + std::to_string(e.idc));

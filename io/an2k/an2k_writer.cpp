@@ -23,8 +23,7 @@ std::string Tagged(int type, const std::vector<std::pair<int, std::string>>& fie
 {
     const auto text = [&](size_t length) {
         std::string s = std::to_string(type) + ".001:" + std::to_string(length);
-        for (const auto& [n, v] : fields)
-        {
+        for (const auto& [n, v] : fields) {
             char tag[16];
             std::snprintf(tag, sizeof tag, "%c%d.%03d:", kGs, type, n);
             s += tag + v;
@@ -51,19 +50,16 @@ std::string Clean(std::string text)
 bool WriteAn2kFingers(const std::vector<An2kFingerImage>& fingers, const std::string& date, const std::string& agency,
                       std::vector<uint8_t>& file, std::string& error)
 {
-    if (fingers.size() > size_t(kMaxWrittenRecords))
-    {
-        error = std::to_string(fingers.size()) + " finger images: a transaction holds at most " +
-                std::to_string(kMaxWrittenRecords);
+    if (fingers.size() > size_t(kMaxWrittenRecords)) {
+        error = std::to_string(fingers.size()) + " finger images: a transaction holds at most "
+            + std::to_string(kMaxWrittenRecords);
         return false;
     }
     std::string cnt = std::string("1") + kUs + std::to_string(fingers.size());
     std::string records;
-    for (size_t i = 0; i < fingers.size(); i++)
-    {
+    for (size_t i = 0; i < fingers.size(); i++) {
         const An2kFingerImage& f = fingers[i];
-        if (f.width <= 0 || f.height <= 0 || f.pixels.size() != size_t(f.width) * size_t(f.height))
-        {
+        if (f.width <= 0 || f.height <= 0 || f.pixels.size() != size_t(f.width) * size_t(f.height)) {
             error = "finger image " + std::to_string(i + 1) + " has no pixels of its size";
             return false;
         }
@@ -76,7 +72,7 @@ bool WriteAn2kFingers(const std::vector<An2kFingerImage>& fingers, const std::st
             {5, date},
             {6, std::to_string(f.width)},
             {7, std::to_string(f.height)},
-            {8, "1"},   // pixels per inch
+            {8, "1"}, // pixels per inch
             {9, std::to_string(kFingerPpi)},
             {10, std::to_string(kFingerPpi)},
             {11, "NONE"},
@@ -88,15 +84,16 @@ bool WriteAn2kFingers(const std::vector<An2kFingerImage>& fingers, const std::st
         fields.push_back({999, std::string(f.pixels.begin(), f.pixels.end())});
         records += Tagged(14, fields);
     }
-    const std::string type1 = Tagged(1, {{2, kVersion},
-                                         {3, cnt},
-                                         {4, "SEG"},
-                                         {5, date},
-                                         {7, Clean(agency)},
-                                         {8, Clean(agency)},
-                                         {9, Clean(agency) + "-" + date},
-                                         {11, "00.00"},   // no binary image records
-                                         {12, "00.00"}});
+    const std::string type1 = Tagged(1,
+                                     {{2, kVersion},
+                                      {3, cnt},
+                                      {4, "SEG"},
+                                      {5, date},
+                                      {7, Clean(agency)},
+                                      {8, Clean(agency)},
+                                      {9, Clean(agency) + "-" + date},
+                                      {11, "00.00"}, // no binary image records
+                                      {12, "00.00"}});
     file.assign(type1.begin(), type1.end());
     file.insert(file.end(), records.begin(), records.end());
     return true;

@@ -14,15 +14,21 @@ namespace {
 using detail::Bytes;
 
 constexpr size_t kFileHeaderSize = 14;
-constexpr uint32_t kCoreHeaderSize = 12;   // OS/2 style: 16-bit sizes, 3-byte palette entries
+constexpr uint32_t kCoreHeaderSize = 12; // OS/2 style: 16-bit sizes, 3-byte palette entries
 constexpr uint32_t kInfoHeaderSize = 40;
 // The later headers: Adobe's two, OS/2 2.x, version 4 and version 5; all start as the 40-byte one.
 constexpr uint32_t kLongerHeaderSizes[] = {52, 56, 64, 108, 124};
 constexpr uint32_t kUncompressed = 0;
 constexpr int kPaletteEntries = 256;
 
-uint32_t Le16(const uint8_t* p) { return p[0] | p[1] << 8; }
-uint32_t Le32(const uint8_t* p) { return Le16(p) | Le16(p + 2) << 16; }
+uint32_t Le16(const uint8_t* p)
+{
+    return p[0] | p[1] << 8;
+}
+uint32_t Le32(const uint8_t* p)
+{
+    return Le16(p) | Le16(p + 2) << 16;
+}
 
 void Put16(uint8_t* p, uint32_t v)
 {
@@ -39,7 +45,7 @@ void Put32(uint8_t* p, uint32_t v)
 struct Header
 {
     int64_t width = 0;
-    int64_t height = 0;      // negative: rows stored top-down
+    int64_t height = 0; // negative: rows stored top-down
     uint32_t bits = 0;
     uint32_t compression = kUncompressed;
     uint32_t coloursUsed = 0;
@@ -51,56 +57,47 @@ struct Header
 bool ParseHeader(Bytes bytes, Header& h, std::string& reason)
 {
     const uint8_t* d = bytes.data();
-    if (bytes.size() < kFileHeaderSize + 4)
-    {
+    if (bytes.size() < kFileHeaderSize + 4) {
         reason = "truncated BMP: " + std::to_string(bytes.size()) + " bytes";
         return false;
     }
     const uint32_t headerSize = Le32(d + kFileHeaderSize);
     if (headerSize != kCoreHeaderSize && headerSize != kInfoHeaderSize
         && std::find(std::begin(kLongerHeaderSizes), std::end(kLongerHeaderSizes), headerSize)
-               == std::end(kLongerHeaderSizes))
-    {
+            == std::end(kLongerHeaderSizes)) {
         reason = "corrupt BMP: header of " + std::to_string(headerSize) + " bytes";
         return false;
     }
-    if (bytes.size() < kFileHeaderSize + headerSize)
-    {
+    if (bytes.size() < kFileHeaderSize + headerSize) {
         reason = "truncated BMP: " + std::to_string(bytes.size()) + " bytes, shorter than its header";
         return false;
     }
     const uint8_t* info = d + kFileHeaderSize;
     h.pixelsAt = Le32(d + 10);
     h.paletteAt = kFileHeaderSize + headerSize;
-    if (headerSize == kCoreHeaderSize)
-    {
+    if (headerSize == kCoreHeaderSize) {
         h.width = Le16(info + 4);
         h.height = Le16(info + 6);
         h.bits = Le16(info + 10);
         h.paletteEntrySize = 3;
-    }
-    else
-    {
+    } else {
         h.width = static_cast<int32_t>(Le32(info + 4));
         h.height = static_cast<int32_t>(Le32(info + 8));
         h.bits = Le16(info + 14);
         h.compression = Le32(info + 16);
         h.coloursUsed = Le32(info + 32);
     }
-    if (h.compression != kUncompressed)
-    {
+    if (h.compression != kUncompressed) {
         reason = "compressed BMP (method " + std::to_string(h.compression) + ") is not supported";
         return false;
     }
-    if (h.bits != 1 && h.bits != 4 && h.bits != 8 && h.bits != 24 && h.bits != 32)
-    {
+    if (h.bits != 1 && h.bits != 4 && h.bits != 8 && h.bits != 24 && h.bits != 32) {
         reason = "BMP of " + std::to_string(h.bits) + " bits a pixel is not supported";
         return false;
     }
-    if (h.bits <= 8 && h.coloursUsed > (1u << h.bits))
-    {
+    if (h.bits <= 8 && h.coloursUsed > (1u << h.bits)) {
         reason = "corrupt BMP: " + std::to_string(h.coloursUsed) + " palette entries for " + std::to_string(h.bits)
-                 + "-bit pixels";
+            + "-bit pixels";
         return false;
     }
     return true;
@@ -129,35 +126,28 @@ void BmpDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
     const uint64_t stride = (static_cast<uint64_t>(h.width) * h.bits + 31) / 32 * 4;
     uint64_t needed = 0;
     if (__builtin_mul_overflow(stride, static_cast<uint64_t>(rows), &needed)
-        || __builtin_add_overflow(needed, h.pixelsAt, &needed))
-    {
+        || __builtin_add_overflow(needed, h.pixelsAt, &needed)) {
         result.reason = "corrupt BMP: pixel data larger than any file";
         return;
     }
-    if (needed > bytes.size())
-    {
+    if (needed > bytes.size()) {
         result.reason = "truncated BMP: " + std::to_string(bytes.size()) + " of " + std::to_string(needed) + " bytes";
         return;
     }
 
     // Palette to gray; entries the file does not have are black.
     uint8_t palette[kPaletteEntries] = {};
-    if (h.bits <= 8)
-    {
+    if (h.bits <= 8) {
         const uint32_t entries = h.coloursUsed ? h.coloursUsed : 1u << h.bits;
-        if (h.paletteAt + entries * h.paletteEntrySize > h.pixelsAt)
-        {
+        if (h.paletteAt + entries * h.paletteEntrySize > h.pixelsAt) {
             result.reason = "corrupt BMP: the palette overlaps the pixels";
             return;
         }
-        for (uint32_t i = 0; i < entries; i++)
-        {
+        for (uint32_t i = 0; i < entries; i++) {
             const uint8_t* bgr = bytes.data() + h.paletteAt + i * h.paletteEntrySize;
             palette[i] = GrayOf(bgr[2], bgr[1], bgr[0]);
         }
-    }
-    else if (h.pixelsAt < h.paletteAt)
-    {
+    } else if (h.pixelsAt < h.paletteAt) {
         result.reason = "corrupt BMP: the pixels overlap the header";
         return;
     }
@@ -165,20 +155,27 @@ void BmpDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
     const int w = static_cast<int>(h.width);
     const int hgt = static_cast<int>(rows);
     AllocateImage(w, hgt, result);
-    for (int y = 0; y < hgt; y++)
-    {
+    for (int y = 0; y < hgt; y++) {
         const int fileRow = h.height < 0 ? y : hgt - 1 - y;
         const uint8_t* src = bytes.data() + h.pixelsAt + stride * static_cast<uint64_t>(fileRow);
         uint8_t* dst = result.image.pixels.data() + static_cast<size_t>(y) * static_cast<size_t>(w);
-        for (int x = 0; x < w; x++)
-        {
-            switch (h.bits)
-            {
-            case 1: dst[x] = palette[src[x / 8] >> (7 - x % 8) & 1]; break;
-            case 4: dst[x] = palette[src[x / 2] >> (x % 2 ? 0 : 4) & 15]; break;
-            case 8: dst[x] = palette[src[x]]; break;
-            case 24: dst[x] = GrayOf(src[3 * x + 2], src[3 * x + 1], src[3 * x]); break;
-            default: dst[x] = GrayOf(src[4 * x + 2], src[4 * x + 1], src[4 * x]); break;
+        for (int x = 0; x < w; x++) {
+            switch (h.bits) {
+            case 1:
+                dst[x] = palette[src[x / 8] >> (7 - x % 8) & 1];
+                break;
+            case 4:
+                dst[x] = palette[src[x / 2] >> (x % 2 ? 0 : 4) & 15];
+                break;
+            case 8:
+                dst[x] = palette[src[x]];
+                break;
+            case 24:
+                dst[x] = GrayOf(src[3 * x + 2], src[3 * x + 1], src[3 * x]);
+                break;
+            default:
+                dst[x] = GrayOf(src[4 * x + 2], src[4 * x + 1], src[4 * x]);
+                break;
             }
         }
     }
@@ -212,15 +209,14 @@ void EncodeGrayBmp(const uint8_t* pixels, int width, int height, std::vector<uin
     uint8_t* info = d + kFileHeaderSize;
     Put32(info, kInfoHeaderSize);
     Put32(info + 4, static_cast<uint32_t>(w));
-    Put32(info + 8, static_cast<uint32_t>(h));   // positive: bottom row first
+    Put32(info + 8, static_cast<uint32_t>(h)); // positive: bottom row first
     Put16(info + 12, 1);
     Put16(info + 14, 8);
     Put32(info + 20, static_cast<uint32_t>(stride * h));
     uint8_t* palette = info + kInfoHeaderSize;
     for (int i = 0; i < kPaletteEntries; i++)
         std::memset(palette + 4 * i, i, 3);
-    for (size_t y = 0; y < h; y++)
-    {
+    for (size_t y = 0; y < h; y++) {
         uint8_t* row = d + kPixelsAt + stride * (h - 1 - y);
         std::memcpy(row, pixels + w * y, w);
         std::memset(row + w, 0, stride - w);

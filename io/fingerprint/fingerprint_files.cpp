@@ -30,9 +30,9 @@ FingerprintFile ReadWsqFile(const uint8_t* data, size_t size, const WsqLimits& l
     image.pixels = std::move(wsq.pixels);
     image.format = "WSQ";
     if (wsq.commentPpi == kBogusCommentPpi)
-        image.notes.push_back("the WSQ comment says PPI 255, which NIST's encoder writes for 500 ppi images; ignored");
-    else if (wsq.commentPpi >= kMinCommentPpi && wsq.commentPpi <= kMaxCommentPpi)
-    {
+        image.notes.push_back(
+            "the WSQ comment says PPI 255, which NIST's encoder writes for 500 ppi images; ignored");
+    else if (wsq.commentPpi >= kMinCommentPpi && wsq.commentPpi <= kMaxCommentPpi) {
         image.ppi = wsq.commentPpi;
         image.ppiSource = "the WSQ comment (NISTCOM PPI)";
     }
@@ -47,10 +47,8 @@ std::vector<const An2kImageRecord*> SelectRecords(const An2kFile& an2k, RecordSe
                                                   std::vector<std::string>& warnings)
 {
     std::vector<const An2kImageRecord*> wanted;
-    for (const An2kImageRecord& r : an2k.images)
-    {
-        if (selection == RecordSelection::All)
-        {
+    for (const An2kImageRecord& r : an2k.images) {
+        if (selection == RecordSelection::All) {
             wanted.push_back(&r);
             continue;
         }
@@ -102,8 +100,7 @@ FingerprintFile ReadFingerprintFile(const uint8_t* data, size_t size, RecordSele
     file.warnings = an2k.warnings;
 
     const std::vector<const An2kImageRecord*> wanted = SelectRecords(an2k, selection, file.warnings);
-    for (const An2kImageRecord* r : wanted)
-    {
+    for (const An2kImageRecord* r : wanted) {
         if (record > 0 && r->index != record)
             continue;
         An2kImage pixels;
@@ -111,20 +108,17 @@ FingerprintFile ReadFingerprintFile(const uint8_t* data, size_t size, RecordSele
         bool decoded = false;
         if (DecodesItself(r->compression))
             decoded = DecodeAn2kImage(data, size, *r, pixels, error, limits);
-        else if (OtherCompression(r->compression) && decodeOther)
-        {
+        else if (OtherCompression(r->compression) && decodeOther) {
             decoded = decodeOther(data + r->dataOffset, r->dataSize, pixels, error);
             if (!decoded)
                 error = r->Name() + ": " + error;
             else if (pixels.width != r->statedWidth || pixels.height != r->statedHeight)
-                pixels.sizeNote = r->Name() + " says " + std::to_string(r->statedWidth) + " x " +
-                                  std::to_string(r->statedHeight) + ", its image holds " + std::to_string(pixels.width) +
-                                  " x " + std::to_string(pixels.height) + "; the image's size is used";
-        }
-        else
+                pixels.sizeNote = r->Name() + " says " + std::to_string(r->statedWidth) + " x "
+                    + std::to_string(r->statedHeight) + ", its image holds " + std::to_string(pixels.width) + " x "
+                    + std::to_string(pixels.height) + "; the image's size is used";
+        } else
             error = r->Name() + ": compression " + CompressionName(r->compression) + " is not read";
-        if (!decoded)
-        {
+        if (!decoded) {
             file.refused.push_back(error);
             continue;
         }
@@ -153,8 +147,7 @@ FingerprintListing ListFingerprintRecords(const uint8_t* data, size_t size, Reco
                                           bool otherDecodable)
 {
     FingerprintListing listing;
-    if (LooksLikeWsq(data, size))
-    {
+    if (LooksLikeWsq(data, size)) {
         listing.kind = "WSQ";
         listing.records.push_back({});
         listing.ok = true;
@@ -165,8 +158,7 @@ FingerprintListing ListFingerprintRecords(const uint8_t* data, size_t size, Reco
     if (!ReadAn2k(data, size, an2k, listing.reason))
         return listing;
     listing.warnings = an2k.warnings;
-    for (const An2kImageRecord* r : SelectRecords(an2k, selection, listing.warnings))
-    {
+    for (const An2kImageRecord* r : SelectRecords(an2k, selection, listing.warnings)) {
         FingerprintRecord entry{r->index, r->type, r->Position(), r->Name(), ""};
         if (!DecodesItself(r->compression) && !(OtherCompression(r->compression) && otherDecodable))
             entry.refusal = r->Name() + ": compression " + CompressionName(r->compression) + " is not read";

@@ -26,17 +26,17 @@ struct FingerprintImage
 {
     int width = 0;
     int height = 0;
-    std::vector<uint8_t> pixels;   // 8-bit gray, rows top to bottom, 0 black
-    std::string format;            // "WSQ", or e.g. "ANSI/NIST Type-14 WSQ20"
-    double ppi = 0;                // stated resolution; 0 when the file states none
-    std::string ppiSource;         // which field stated it
-    int position = kFgpUnknown;    // NIST finger position of the record (13, 14, 15 for slaps)
-    int impression = -1;           // IMP of the record, -1 when none
-    int record = 0;                // record number in a transaction file (1 = Type-1), 0 for a WSQ file
+    std::vector<uint8_t> pixels; // 8-bit gray, rows top to bottom, 0 black
+    std::string format;          // "WSQ", or e.g. "ANSI/NIST Type-14 WSQ20"
+    double ppi = 0;              // stated resolution; 0 when the file states none
+    std::string ppiSource;       // which field stated it
+    int position = kFgpUnknown;  // NIST finger position of the record (13, 14, 15 for slaps)
+    int impression = -1;         // IMP of the record, -1 when none
+    int record = 0;              // record number in a transaction file (1 = Type-1), 0 for a WSQ file
     int recordType = 0;
     int idc = -1;
-    std::vector<An2kMissingFinger> missing;   // fingers the record lists as amputated or unable to print
-    std::vector<std::string> notes;           // e.g. the record's size disagreeing with the image's
+    std::vector<An2kMissingFinger> missing; // fingers the record lists as amputated or unable to print
+    std::vector<std::string> notes;         // e.g. the record's size disagreeing with the image's
     // "record 3 (Type-14, IDC 1)", or "" for a WSQ file.
     std::string Name() const;
 };
@@ -44,24 +44,23 @@ struct FingerprintImage
 struct FingerprintFile
 {
     bool ok = false;
-    std::string reason;                 // when !ok: why nothing could be read
-    std::string kind;                   // "WSQ" or "ANSI/NIST-ITL"
+    std::string reason; // when !ok: why nothing could be read
+    std::string kind;   // "WSQ" or "ANSI/NIST-ITL"
     std::vector<FingerprintImage> images;
-    std::vector<std::string> refused;   // image records found but not decoded, each with why
-    std::vector<std::string> warnings;  // damage read past, records not wanted
+    std::vector<std::string> refused;  // image records found but not decoded, each with why
+    std::vector<std::string> warnings; // damage read past, records not wanted
 };
 
 enum class RecordSelection
 {
-    Slaps,   // records of finger positions 13, 14, 15; of a slap held twice, the Type-14 record
-    All      // every fingerprint image record
+    Slaps, // records of finger positions 13, 14, 15; of a slap held twice, the Type-14 record
+    All    // every fingerprint image record
 };
 
 // Decodes image data the layer does not decode itself (PNG, JPEG records):
 // the tool and the Python package pass their image reader. Returns false
 // with error set to refuse. May be empty: such records are then refused.
-using OtherImageDecoder =
-    std::function<bool(const uint8_t* data, size_t size, An2kImage& image, std::string& error)>;
+using OtherImageDecoder = std::function<bool(const uint8_t* data, size_t size, An2kImage& image, std::string& error)>;
 
 // True when the bytes are a file ReadFingerprintFile reads (by content).
 bool IsFingerprintFile(const uint8_t* data, size_t size);
@@ -75,11 +74,11 @@ FingerprintFile ReadFingerprintFile(const uint8_t* data, size_t size, RecordSele
 // An image record a file holds, found without decoding it.
 struct FingerprintRecord
 {
-    int record = 0;                // as FingerprintImage::record; 0 for a WSQ file
+    int record = 0; // as FingerprintImage::record; 0 for a WSQ file
     int recordType = 0;
     int position = kFgpUnknown;
-    std::string name;              // "record 3 (Type-14, IDC 1)", "" for a WSQ file
-    std::string refusal;           // set when the record will not be decoded, with why
+    std::string name;    // "record 3 (Type-14, IDC 1)", "" for a WSQ file
+    std::string refusal; // set when the record will not be decoded, with why
 };
 
 struct FingerprintListing
@@ -87,7 +86,7 @@ struct FingerprintListing
     bool ok = false;
     std::string reason;
     std::string kind;
-    std::vector<FingerprintRecord> records;   // in file order, as the selection picks them
+    std::vector<FingerprintRecord> records; // in file order, as the selection picks them
     std::vector<std::string> warnings;
 };
 

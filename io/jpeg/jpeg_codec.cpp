@@ -47,7 +47,8 @@ void Message(j_common_ptr cinfo, int level)
     Fail(cinfo);
 }
 
-void Silent(j_common_ptr) {}
+void Silent(j_common_ptr)
+{ }
 
 // Progress of a decompression, with the scan limit it enforces.
 struct ScanGuard
@@ -61,8 +62,7 @@ void CountScans(j_common_ptr cinfo)
 {
     ScanGuard* guard = reinterpret_cast<ScanGuard*>(cinfo->progress);
     j_decompress_ptr d = reinterpret_cast<j_decompress_ptr>(cinfo);
-    if (d->input_scan_number > guard->maxScans)
-    {
+    if (d->input_scan_number > guard->maxScans) {
         guard->exceeded = true;
         std::longjmp(reinterpret_cast<ErrorHandler*>(cinfo->err)->jump, 1);
     }
@@ -93,8 +93,7 @@ bool Decompress(jpeg_decompress_struct& cinfo, ErrorHandler& handler, ScanGuard&
     cinfo.out_color_space = JCS_GRAYSCALE;
     jpeg_start_decompress(&cinfo);
     detail::AllocateImage(static_cast<int>(cinfo.output_width), static_cast<int>(cinfo.output_height), result);
-    while (cinfo.output_scanline < cinfo.output_height)
-    {
+    while (cinfo.output_scanline < cinfo.output_height) {
         JSAMPROW row = result.image.pixels.data() + static_cast<size_t>(cinfo.output_scanline) * cinfo.output_width;
         jpeg_read_scanlines(&cinfo, &row, 1);
     }
@@ -118,10 +117,9 @@ bool Compress(jpeg_compress_struct& cinfo, ErrorHandler& handler, const GrayImag
     jpeg_set_defaults(&cinfo);
     jpeg_set_quality(&cinfo, quality, TRUE);
     jpeg_start_compress(&cinfo, TRUE);
-    while (cinfo.next_scanline < cinfo.image_height)
-    {
+    while (cinfo.next_scanline < cinfo.image_height) {
         JSAMPROW row = const_cast<uint8_t*>(image.pixels.data())
-                       + static_cast<size_t>(cinfo.next_scanline) * static_cast<size_t>(image.width);
+            + static_cast<size_t>(cinfo.next_scanline) * static_cast<size_t>(image.width);
         jpeg_write_scanlines(&cinfo, &row, 1);
     }
     jpeg_finish_compress(&cinfo);

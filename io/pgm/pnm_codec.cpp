@@ -22,8 +22,7 @@ bool IsSpace(uint8_t c)
 // Reads the next header number from pos, skipping white space and comments.
 bool ReadNumber(Bytes bytes, size_t& pos, const char* what, uint64_t& value, std::string& reason)
 {
-    for (;;)
-    {
+    for (;;) {
         while (pos < bytes.size() && IsSpace(bytes[pos]))
             pos++;
         if (pos >= bytes.size() || bytes[pos] != '#')
@@ -31,22 +30,18 @@ bool ReadNumber(Bytes bytes, size_t& pos, const char* what, uint64_t& value, std
         while (pos < bytes.size() && bytes[pos] != '\n' && bytes[pos] != '\r')
             pos++;
     }
-    if (pos >= bytes.size())
-    {
+    if (pos >= bytes.size()) {
         reason = std::string("truncated PGM/PPM: the header ends before the ") + what;
         return false;
     }
-    if (bytes[pos] < '0' || bytes[pos] > '9')
-    {
+    if (bytes[pos] < '0' || bytes[pos] > '9') {
         reason = std::string("corrupt PGM/PPM: no number for the ") + what;
         return false;
     }
     value = 0;
-    for (; pos < bytes.size() && bytes[pos] >= '0' && bytes[pos] <= '9'; pos++)
-    {
+    for (; pos < bytes.size() && bytes[pos] >= '0' && bytes[pos] <= '9'; pos++) {
         value = value * 10 + (bytes[pos] - '0');
-        if (value > kMaxHeaderNumber)
-        {
+        if (value > kMaxHeaderNumber) {
             reason = std::string("corrupt PGM/PPM: the ") + what + " is too large";
             return false;
         }
@@ -69,17 +64,16 @@ void PnmDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
     result.format = colour ? "PPM" : "PGM";
     size_t pos = 2;
     uint64_t width = 0, height = 0, maxValue = 0;
-    if (!ReadNumber(bytes, pos, "width", width, result.reason) || !ReadNumber(bytes, pos, "height", height, result.reason)
+    if (!ReadNumber(bytes, pos, "width", width, result.reason)
+        || !ReadNumber(bytes, pos, "height", height, result.reason)
         || !ReadNumber(bytes, pos, "maximum value", maxValue, result.reason))
         return;
-    if (maxValue == 0 || maxValue > kMaxSampleValue)
-    {
+    if (maxValue == 0 || maxValue > kMaxSampleValue) {
         result.reason = "corrupt PGM/PPM: maximum value " + std::to_string(maxValue);
         return;
     }
     // One white-space byte ends the header.
-    if (pos >= bytes.size() || !IsSpace(bytes[pos]))
-    {
+    if (pos >= bytes.size() || !IsSpace(bytes[pos])) {
         result.reason = "corrupt PGM/PPM: no white space after the header";
         return;
     }
@@ -91,10 +85,9 @@ void PnmDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
     const uint64_t channels = colour ? 3 : 1;
     const uint64_t sampleBytes = maxValue > 255 ? 2 : 1;
     const uint64_t needed = pos + width * height * channels * sampleBytes;
-    if (needed > bytes.size())
-    {
+    if (needed > bytes.size()) {
         result.reason = std::string("truncated ") + result.format + ": " + std::to_string(bytes.size()) + " of "
-                        + std::to_string(needed) + " bytes";
+            + std::to_string(needed) + " bytes";
         return;
     }
     // In place, pixel i is read from beyond i before i is written, and the

@@ -23,7 +23,8 @@ using Context = std::unique_ptr<spng_ctx, void (*)(spng_ctx*)>;
 // Errors that mean the data ended early rather than being wrong.
 bool IsTruncation(int error)
 {
-    return error == SPNG_IO_EOF || error == SPNG_EIO || error == SPNG_EOF || error == SPNG_EIDAT_TOO_SHORT || error == SPNG_EBUFSIZ;
+    return error == SPNG_IO_EOF || error == SPNG_EIO || error == SPNG_EOF || error == SPNG_EIDAT_TOO_SHORT
+        || error == SPNG_EBUFSIZ;
 }
 
 std::string Failure(int error)
@@ -48,8 +49,8 @@ std::vector<uint8_t> Encode(const uint8_t* pixels, int width, int height, uint8_
         return {};
     size_t length = 0;
     int error = 0;
-    std::unique_ptr<uint8_t, void (*)(void*)> png(static_cast<uint8_t*>(spng_get_png_buffer(ctx.get(), &length, &error)),
-                                                  std::free);
+    std::unique_ptr<uint8_t, void (*)(void*)> png(
+        static_cast<uint8_t*>(spng_get_png_buffer(ctx.get(), &length, &error)), std::free);
     if (!png || error != 0)
         return {};
     return {png.get(), png.get() + length};
@@ -67,8 +68,7 @@ bool PngRecognises(Bytes bytes)
 void PngDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
 {
     Context ctx(spng_ctx_new(0), spng_ctx_free);
-    if (!ctx)
-    {
+    if (!ctx) {
         result.reason = "out of memory";
         return;
     }
@@ -80,16 +80,14 @@ void PngDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
     spng_ihdr ihdr = {};
     if (error == 0)
         error = spng_get_ihdr(ctx.get(), &ihdr);
-    if (error == SPNG_EUSER_WIDTH || error == SPNG_EUSER_HEIGHT)
-    {
+    if (error == SPNG_EUSER_WIDTH || error == SPNG_EUSER_HEIGHT) {
         // The header is valid but too large: say how large.
         const uint8_t* p = bytes.data() + 16;
         const auto be32 = [](const uint8_t* q) { return int64_t{q[0]} << 24 | q[1] << 16 | q[2] << 8 | q[3]; };
         if (bytes.size() >= 24 && !SizeAccepted(be32(p), be32(p + 4), options, result))
             return;
     }
-    if (error != 0)
-    {
+    if (error != 0) {
         result.reason = Failure(error);
         return;
     }
@@ -98,36 +96,32 @@ void PngDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
 
     // Gray of 8 bits or fewer decodes straight to gray; gray of 16 bits to
     // 16-bit gray and alpha; anything else to RGBA, alpha ignored.
-    const bool gray = ihdr.color_type == SPNG_COLOR_TYPE_GRAYSCALE || ihdr.color_type == SPNG_COLOR_TYPE_GRAYSCALE_ALPHA;
+    const bool gray
+        = ihdr.color_type == SPNG_COLOR_TYPE_GRAYSCALE || ihdr.color_type == SPNG_COLOR_TYPE_GRAYSCALE_ALPHA;
     const int format = gray && ihdr.bit_depth <= 8 && ihdr.color_type == SPNG_COLOR_TYPE_GRAYSCALE ? SPNG_FMT_G8
-                       : gray && ihdr.bit_depth == 16                                               ? SPNG_FMT_GA16
-                                                                                                     : SPNG_FMT_RGBA8;
+        : gray && ihdr.bit_depth == 16                                                             ? SPNG_FMT_GA16
+                                                                                                   : SPNG_FMT_RGBA8;
     size_t size = 0;
     error = spng_decoded_image_size(ctx.get(), format, &size);
     const int w = static_cast<int>(ihdr.width);
     const int h = static_cast<int>(ihdr.height);
     // 8-bit gray decodes straight into the image, the rest through a buffer.
     std::vector<uint8_t> decoded;
-    if (error == 0 && format == SPNG_FMT_G8)
-    {
+    if (error == 0 && format == SPNG_FMT_G8) {
         AllocateImage(w, h, result);
         error = size == result.image.pixels.size()
-                    ? spng_decode_image(ctx.get(), result.image.pixels.data(), size, format, 0)
-                    : SPNG_EINTERNAL;
-    }
-    else if (error == 0)
-    {
+            ? spng_decode_image(ctx.get(), result.image.pixels.data(), size, format, 0)
+            : SPNG_EINTERNAL;
+    } else if (error == 0) {
         decoded.resize(size);
         error = spng_decode_image(ctx.get(), decoded.data(), size, format, 0);
     }
-    if (error != 0)
-    {
+    if (error != 0) {
         result.reason = Failure(error);
         return;
     }
 
-    if (format == SPNG_FMT_G8)
-    {
+    if (format == SPNG_FMT_G8) {
         result.ok = true;
         return;
     }
@@ -135,10 +129,9 @@ void PngDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
     std::vector<uint8_t>& out = result.image.pixels;
     const size_t pixels = out.size();
     if (format == SPNG_FMT_GA16)
-        for (size_t i = 0; i < pixels; i++)
-        {
+        for (size_t i = 0; i < pixels; i++) {
             uint16_t value;
-            std::memcpy(&value, decoded.data() + 4 * i, sizeof value);   // host order
+            std::memcpy(&value, decoded.data() + 4 * i, sizeof value); // host order
             out[i] = ScaleSample(value, 0xFFFF);
         }
     else

@@ -39,25 +39,20 @@ struct Twiddles
 // In-place radix-2 FFT of kBlock complex samples, with the given stride.
 void Fft(float* re, float* im, int stride, const Twiddles& t)
 {
-    for (int i = 1, j = 0; i < kBlock; i++)
-    {
+    for (int i = 1, j = 0; i < kBlock; i++) {
         int bit = kBlock >> 1;
         for (; j & bit; bit >>= 1)
             j ^= bit;
         j |= bit;
-        if (i < j)
-        {
+        if (i < j) {
             std::swap(re[i * stride], re[j * stride]);
             std::swap(im[i * stride], im[j * stride]);
         }
     }
-    for (int len = 2; len <= kBlock; len <<= 1)
-    {
-        for (int k = 0; k < len / 2; k++)
-        {
+    for (int len = 2; len <= kBlock; len <<= 1) {
+        for (int k = 0; k < len / 2; k++) {
             const float wr = t.cos[k * (kBlock / len)], wi = t.sin[k * (kBlock / len)];
-            for (int i = k; i < kBlock; i += len)
-            {
+            for (int i = k; i < kBlock; i += len) {
                 float* ar = re + i * stride;
                 float* ai = im + i * stride;
                 float* br = re + (i + len / 2) * stride;
@@ -73,9 +68,9 @@ void Fft(float* re, float* im, int stride, const Twiddles& t)
 // Where each output sample of one axis takes its input from.
 struct Taps
 {
-    std::vector<int> first;      // per output: first input index
-    std::vector<int> count;      // per output: number of inputs
-    std::vector<float> weights;  // per output: count weights, from offset[o]
+    std::vector<int> first;     // per output: first input index
+    std::vector<int> count;     // per output: number of inputs
+    std::vector<float> weights; // per output: count weights, from offset[o]
     std::vector<int> offset;
 };
 
@@ -83,24 +78,19 @@ Taps AxisTaps(int in, int out)
 {
     Taps t;
     const double scale = double(out) / in;
-    for (int o = 0; o < out; o++)
-    {
+    for (int o = 0; o < out; o++) {
         t.offset.push_back(int(t.weights.size()));
-        if (scale >= 1)
-        {
+        if (scale >= 1) {
             // Bilinear between the two nearest input centres, clamped at the edges.
             const double s = std::clamp((o + 0.5) / scale - 0.5, 0.0, double(in - 1));
             const int i0 = std::min(int(s), in - 1);
             const double f = s - i0;
             t.first.push_back(i0);
-            if (i0 + 1 < in && f > 0)
-            {
+            if (i0 + 1 < in && f > 0) {
                 t.count.push_back(2);
                 t.weights.push_back(float(1 - f));
                 t.weights.push_back(float(f));
-            }
-            else
-            {
+            } else {
                 t.count.push_back(1);
                 t.weights.push_back(1.0f);
             }
@@ -119,7 +109,10 @@ Taps AxisTaps(int in, int out)
 
 } // namespace
 
-bool IsSplitResolution(double ppi) { return std::fabs(ppi - kSplitPpi) <= kSplitPpi * kPpiTolerance; }
+bool IsSplitResolution(double ppi)
+{
+    return std::fabs(ppi - kSplitPpi) <= kSplitPpi * kPpiTolerance;
+}
 
 MeasuredResolution MeasureResolution(const uint8_t* pixels, int width, int height)
 {
@@ -137,19 +130,16 @@ MeasuredResolution MeasureResolution(const uint8_t* pixels, int width, int heigh
     std::vector<float> re(size_t(kBlock) * kBlock), im(re.size());
     const double rMin = kBlock / kLongestPeriod, rMax = kBlock / kShortestPeriod;
     for (int by = 0; by + kBlock <= height; by += kBlockStep)
-        for (int bx = 0; bx + kBlock <= width; bx += kBlockStep)
-        {
+        for (int bx = 0; bx + kBlock <= width; bx += kBlockStep) {
             // Textured in every quarter: a block across the edge of a finger
             // has the edge's low frequencies, which drag its peak outwards.
             double mean = 0;
             bool textured = true;
-            for (int q = 0; q < 4 && textured; q++)
-            {
+            for (int q = 0; q < 4 && textured; q++) {
                 const int half = kBlock / 2, qx = bx + (q & 1) * half, qy = by + (q >> 1) * half;
                 double sum = 0, sum2 = 0;
                 for (int y = 0; y < half; y++)
-                    for (int x = 0; x < half; x++)
-                    {
+                    for (int x = 0; x < half; x++) {
                         const double v = pixels[size_t(qy + y) * width + qx + x];
                         sum += v, sum2 += v * v;
                     }
@@ -160,10 +150,9 @@ MeasuredResolution MeasureResolution(const uint8_t* pixels, int width, int heigh
             if (!textured)
                 continue;
             for (int y = 0; y < kBlock; y++)
-                for (int x = 0; x < kBlock; x++)
-                {
-                    re[size_t(y) * kBlock + x] =
-                        float((pixels[size_t(by + y) * width + bx + x] - mean) * window[x] * window[y]);
+                for (int x = 0; x < kBlock; x++) {
+                    re[size_t(y) * kBlock + x]
+                        = float((pixels[size_t(by + y) * width + bx + x] - mean) * window[x] * window[y]);
                     im[size_t(y) * kBlock + x] = 0;
                 }
             for (int y = 0; y < kBlock; y++)
@@ -178,8 +167,7 @@ MeasuredResolution MeasureResolution(const uint8_t* pixels, int width, int heigh
             double total = 0, best = -1;
             int bu = 0, bv = 0;
             for (int fv = 0; fv <= kBlock / 2; fv++)
-                for (int fu = -kBlock / 2 + 1; fu <= kBlock / 2; fu++)
-                {
+                for (int fu = -kBlock / 2 + 1; fu <= kBlock / 2; fu++) {
                     const double r = std::sqrt(double(fu * fu + fv * fv));
                     if (r < rMin || r > rMax || (fv == 0 && fu < 0))
                         continue;
@@ -195,8 +183,7 @@ MeasuredResolution MeasureResolution(const uint8_t* pixels, int width, int heigh
             // radius, the steeper power at low frequencies pulls it inwards).
             double wsum = 0, su = 0, sv = 0;
             for (int dv = -1; dv <= 1; dv++)
-                for (int du = -1; du <= 1; du++)
-                {
+                for (int du = -1; du <= 1; du++) {
                     const int u = bu + du, v = bv + dv;
                     const double p = powerAt(u, v), w = p * (u * u + v * v);
                     wsum += w, su += w * u, sv += w * v;
@@ -230,12 +217,10 @@ ResampledImage Resample(const uint8_t* pixels, int width, int height, double fac
 
     // Rows first into floats, then columns, rounded once at the end.
     std::vector<float> rows(size_t(height) * out.width);
-    for (int y = 0; y < height; y++)
-    {
+    for (int y = 0; y < height; y++) {
         const uint8_t* src = pixels + size_t(y) * width;
         float* dst = rows.data() + size_t(y) * out.width;
-        for (int x = 0; x < out.width; x++)
-        {
+        for (int x = 0; x < out.width; x++) {
             const float* w = tx.weights.data() + tx.offset[size_t(x)];
             const uint8_t* s = src + tx.first[size_t(x)];
             float v = 0;
@@ -246,12 +231,10 @@ ResampledImage Resample(const uint8_t* pixels, int width, int height, double fac
     }
     out.pixels.resize(size_t(out.width) * out.height);
     std::vector<float> acc(size_t(out.width));
-    for (int y = 0; y < out.height; y++)
-    {
+    for (int y = 0; y < out.height; y++) {
         std::fill(acc.begin(), acc.end(), 0.0f);
         const float* w = ty.weights.data() + ty.offset[size_t(y)];
-        for (int k = 0; k < ty.count[size_t(y)]; k++)
-        {
+        for (int k = 0; k < ty.count[size_t(y)]; k++) {
             const float* src = rows.data() + size_t(ty.first[size_t(y)] + k) * out.width;
             for (int x = 0; x < out.width; x++)
                 acc[size_t(x)] += w[k] * src[x];
@@ -272,7 +255,10 @@ std::string PpiText(double ppi)
     return text;
 }
 
-std::string SizeText(int w, int h) { return std::to_string(w) + " x " + std::to_string(h); }
+std::string SizeText(int w, int h)
+{
+    return std::to_string(w) + " x " + std::to_string(h);
+}
 
 } // namespace
 
@@ -283,58 +269,50 @@ SplitPreparation PrepareForSplit(const uint8_t* pixels, int width, int height, d
     p.measured = MeasureResolution(pixels, width, height);
     if (mode == PpiMode::Given && givenPpi > 0)
         p.ppi = givenPpi, p.ppiFrom = "given";
-    else if (mode == PpiMode::Auto && p.measured.ok &&
-             !(statedPpi > 0 && std::fabs(p.measured.ppi - statedPpi) <= kPpiDisagreement * statedPpi))
-    {
+    else if (mode == PpiMode::Auto && p.measured.ok
+             && !(statedPpi > 0 && std::fabs(p.measured.ppi - statedPpi) <= kPpiDisagreement * statedPpi)) {
         p.ppi = p.measured.ppi, p.ppiFrom = "measured";
         for (const double usual : kUsualPpi)
             if (std::fabs(p.measured.ppi - usual) <= kMeasureAccuracy * usual)
                 p.ppi = usual;
-    }
-    else if (statedPpi > 0)
+    } else if (statedPpi > 0)
         p.ppi = statedPpi, p.ppiFrom = "stated";
     else
         p.ppi = kSplitPpi, p.ppiFrom = "assumed";
     if (mode == PpiMode::Auto && !p.measured.ok)
-        p.warnings.push_back("too little ridge texture to measure the resolution; " + PpiText(p.ppi) + " " +
-                             p.ppiFrom + " is used");
-    if (p.measured.ok && statedPpi > 0 &&
-        std::fabs(p.measured.ppi - statedPpi) > kPpiDisagreement * statedPpi)
-        p.warnings.push_back("the file states " + PpiText(statedPpi) + " but the ridges measure " +
-                             PpiText(p.measured.ppi));
-    if (p.measured.ok && p.ppiFrom == "given" &&
-        std::fabs(p.measured.ppi - givenPpi) > kPpiDisagreement * givenPpi)
+        p.warnings.push_back("too little ridge texture to measure the resolution; " + PpiText(p.ppi) + " " + p.ppiFrom
+                             + " is used");
+    if (p.measured.ok && statedPpi > 0 && std::fabs(p.measured.ppi - statedPpi) > kPpiDisagreement * statedPpi)
+        p.warnings.push_back("the file states " + PpiText(statedPpi) + " but the ridges measure "
+                             + PpiText(p.measured.ppi));
+    if (p.measured.ok && p.ppiFrom == "given" && std::fabs(p.measured.ppi - givenPpi) > kPpiDisagreement * givenPpi)
         p.warnings.push_back(PpiText(givenPpi) + " is given but the ridges measure " + PpiText(p.measured.ppi));
 
     // The size at 500 ppi, then what the limits make of it.
     double factor = IsSplitResolution(p.ppi) ? 1.0 : kSplitPpi / p.ppi;
     int w = std::max(1, int(std::lround(width * factor))), h = std::max(1, int(std::lround(height * factor)));
     const bool wellOver = w > limits.maxWidth * (1 + kCropTolerance) || h > limits.maxHeight * (1 + kCropTolerance);
-    if (wellOver && fit == FitMode::Refuse)
-    {
-        p.reason = "image of " + SizeText(w, h) + " pixels at 500 ppi is over the split's limit of " +
-                   SizeText(limits.maxWidth, limits.maxHeight) + " (--fit scale scales it down)";
+    if (wellOver && fit == FitMode::Refuse) {
+        p.reason = "image of " + SizeText(w, h) + " pixels at 500 ppi is over the split's limit of "
+            + SizeText(limits.maxWidth, limits.maxHeight) + " (--fit scale scales it down)";
         return p;
     }
-    if (wellOver)
-    {
+    if (wellOver) {
         factor *= std::min(double(limits.maxWidth) / w, double(limits.maxHeight) / h);
         w = std::min(limits.maxWidth, std::max(1, int(std::lround(width * factor))));
         h = std::min(limits.maxHeight, std::max(1, int(std::lround(height * factor))));
         p.fitted = true;
-        p.warnings.push_back("scaled by " + std::to_string(factor).substr(0, 5) + " to fit the split's limit of " +
-                             SizeText(limits.maxWidth, limits.maxHeight));
+        p.warnings.push_back("scaled by " + std::to_string(factor).substr(0, 5) + " to fit the split's limit of "
+                             + SizeText(limits.maxWidth, limits.maxHeight));
     }
-    if (w < limits.minWidth || h < limits.minHeight)
-    {
-        p.reason = "image of " + SizeText(w, h) + " pixels at 500 ppi is under the split's minimum of " +
-                   SizeText(limits.minWidth, limits.minHeight);
+    if (w < limits.minWidth || h < limits.minHeight) {
+        p.reason = "image of " + SizeText(w, h) + " pixels at 500 ppi is under the split's minimum of "
+            + SizeText(limits.minWidth, limits.minHeight);
         return p;
     }
 
     ResampledImage image;
-    if (factor != 1.0)
-    {
+    if (factor != 1.0) {
         image = Resample(pixels, width, height, factor);
         p.scaleX = image.scaleX;
         p.scaleY = image.scaleY;

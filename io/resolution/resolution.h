@@ -29,10 +29,10 @@ constexpr double kRidgePeriodMm = 0.5;
 
 struct MeasuredResolution
 {
-    bool ok = false;          // false: too little ridge texture to tell
+    bool ok = false; // false: too little ridge texture to tell
     double ppi = 0;
-    double ridgePeriod = 0;   // pixels
-    int blocks = 0;           // textured blocks the estimate rests on
+    double ridgePeriod = 0; // pixels
+    int blocks = 0;         // textured blocks the estimate rests on
 };
 
 // Measures the resolution of an 8-bit gray image (rows top to bottom) from
@@ -49,7 +49,7 @@ struct ResampledImage
     int width = 0;
     int height = 0;
     std::vector<uint8_t> pixels;
-    double scaleX = 1, scaleY = 1;   // width / input width, height / input height
+    double scaleX = 1, scaleY = 1; // width / input width, height / input height
 
     // Coordinates of a point of this image (pixel centres at whole numbers)
     // in the input image.
@@ -76,8 +76,8 @@ constexpr double kCropTolerance = 0.05;
 
 enum class PpiMode
 {
-    Stated,   // the file's resolution; 500 ppi when it states none
-    Given,    // the caller's (--ppi N), whatever the file says
+    Stated, // the file's resolution; 500 ppi when it states none
+    Given,  // the caller's (--ppi N), whatever the file says
     // The measured one, as far as measuring can tell: the stated one when the
     // ridges agree with it (within kPpiDisagreement) or measuring fails, else
     // a scanner's usual resolution (kUsualPpi) the measure lies within
@@ -87,8 +87,8 @@ enum class PpiMode
 
 enum class FitMode
 {
-    Refuse,   // an image well over the limits is refused
-    Scale     // it is scaled down to fit
+    Refuse, // an image well over the limits is refused
+    Scale   // it is scaled down to fit
 };
 
 // An image made ready for a split at 500 ppi within the limits, and the way
@@ -96,16 +96,16 @@ enum class FitMode
 struct SplitPreparation
 {
     bool ok = false;
-    std::string reason;                 // why not, naming the limit
+    std::string reason; // why not, naming the limit
     int width = 0, height = 0;
-    std::vector<uint8_t> pixels;        // what to split
-    double ppi = 0;                     // resolution the original is taken to have
-    std::string ppiFrom;                // "stated", "given", "measured" or "assumed"
+    std::vector<uint8_t> pixels; // what to split
+    double ppi = 0;              // resolution the original is taken to have
+    std::string ppiFrom;         // "stated", "given", "measured" or "assumed"
     MeasuredResolution measured;
-    double scaleX = 1, scaleY = 1;      // resampled size / original size (1: not resampled)
-    int cropLeft = 0, cropTop = 0;      // removed from the resampled image, each side
+    double scaleX = 1, scaleY = 1; // resampled size / original size (1: not resampled)
+    int cropLeft = 0, cropTop = 0; // removed from the resampled image, each side
     int cropRight = 0, cropBottom = 0;
-    bool fitted = false;                // scaled down to fit the limits
+    bool fitted = false; // scaled down to fit the limits
     std::vector<std::string> warnings;
 
     bool Resampled() const { return scaleX != 1 || scaleY != 1; }

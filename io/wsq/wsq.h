@@ -28,7 +28,7 @@ struct WsqImage
 {
     int width = 0;
     int height = 0;
-    std::vector<uint8_t> pixels;   // width x height, rows top to bottom, 0 black
+    std::vector<uint8_t> pixels; // width x height, rows top to bottom, 0 black
     // The PPI line of a NISTCOM comment, 0 when there is none. Often wrong
     // (NIST's own encoder writes 255 for 500 ppi slaps): a hint at most.
     int commentPpi = 0;
@@ -61,9 +61,9 @@ namespace wsq_detail {
 // by the tests; nothing else should need them.
 
 constexpr int kSubbands = 64;
-constexpr int kCodedSubbands = 60;   // 60..63 are never in the stream
-constexpr int kNodes = 20;           // split nodes of the wavelet tree
-constexpr int kMaxFilterTaps = 31;   // odd lengths only
+constexpr int kCodedSubbands = 60; // 60..63 are never in the stream
+constexpr int kNodes = 20;         // split nodes of the wavelet tree
+constexpr int kMaxFilterTaps = 31; // odd lengths only
 constexpr int kHuffmanTables = 8;
 constexpr int kMaxCodeLength = 16;
 
@@ -86,7 +86,7 @@ void BuildSubbandTree(int width, int height, SubbandTree& tree);
 // The two synthesis filters, from the stored analysis halves.
 struct SynthesisFilters
 {
-    int lowLength = 0, highLength = 0;   // odd
+    int lowLength = 0, highLength = 0; // odd
     float low[kMaxFilterTaps] = {};
     float high[kMaxFilterTaps] = {};
 };
@@ -110,7 +110,7 @@ struct HuffmanTable
 {
     static constexpr int kFastBits = 10;
     bool defined = false;
-    uint16_t fast[1 << kFastBits] = {};   // (length << 8) | value; 0 = longer code
+    uint16_t fast[1 << kFastBits] = {}; // (length << 8) | value; 0 = longer code
     int32_t maxCode[kMaxCodeLength + 2] = {};
     int32_t valueOffset[kMaxCodeLength + 1] = {};
     uint8_t values[256] = {};

@@ -18,24 +18,30 @@ using namespace wsq_detail;
 
 namespace {
 
-constexpr uint8_t kMarkerSoi = 0xa0;   // start of image
-constexpr uint8_t kMarkerEoi = 0xa1;   // end of image
-constexpr uint8_t kMarkerSof = 0xa2;   // frame header
-constexpr uint8_t kMarkerSob = 0xa3;   // start of block
-constexpr uint8_t kMarkerDtt = 0xa4;   // transform table
-constexpr uint8_t kMarkerDqt = 0xa5;   // quantisation table
-constexpr uint8_t kMarkerDht = 0xa6;   // Huffman tables
-constexpr uint8_t kMarkerDrt = 0xa7;   // restart interval
-constexpr uint8_t kMarkerCom = 0xa8;   // comment
-constexpr uint8_t kMarkerRst0 = 0xb0;  // restart markers, 0xb0..0xb7, inside entropy-coded data
+constexpr uint8_t kMarkerSoi = 0xa0;  // start of image
+constexpr uint8_t kMarkerEoi = 0xa1;  // end of image
+constexpr uint8_t kMarkerSof = 0xa2;  // frame header
+constexpr uint8_t kMarkerSob = 0xa3;  // start of block
+constexpr uint8_t kMarkerDtt = 0xa4;  // transform table
+constexpr uint8_t kMarkerDqt = 0xa5;  // quantisation table
+constexpr uint8_t kMarkerDht = 0xa6;  // Huffman tables
+constexpr uint8_t kMarkerDrt = 0xa7;  // restart interval
+constexpr uint8_t kMarkerCom = 0xa8;  // comment
+constexpr uint8_t kMarkerRst0 = 0xb0; // restart markers, 0xb0..0xb7, inside entropy-coded data
 // Blocks hold subbands 0-18, 19-51 and 52-59, but their coefficients form one
 // sequence: a zero run may go on into the next block.
 constexpr int kBlocks = 3;
 constexpr int kFrameHeaderBytes = 17;
 constexpr int kQuantTableBytes = 389;
 
-uint16_t Be16(const uint8_t* p) { return uint16_t(p[0] << 8 | p[1]); }
-uint32_t Be32(const uint8_t* p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
+uint16_t Be16(const uint8_t* p)
+{
+    return uint16_t(p[0] << 8 | p[1]);
+}
+uint32_t Be32(const uint8_t* p)
+{
+    return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3];
+}
 
 // A stored decimal: the integer, then divided by ten once per scale step,
 // each step rounded to float.
@@ -101,8 +107,7 @@ void Dequantise(const int32_t* v, int n, float q, float centre, float halfZero, 
 #if defined(__SSE2__)
     const __m128 q4 = _mm_set1_ps(q), c4 = _mm_set1_ps(centre), nc4 = _mm_set1_ps(-centre);
     const __m128 z4 = _mm_set1_ps(halfZero), nz4 = _mm_set1_ps(-halfZero);
-    for (; i + 4 <= n; i += 4)
-    {
+    for (; i + 4 <= n; i += 4) {
         const __m128i vi = _mm_loadu_si128(reinterpret_cast<const __m128i*>(v + i));
         const __m128 positive = _mm_castsi128_ps(_mm_cmpgt_epi32(vi, _mm_setzero_si128()));
         const __m128 zero = _mm_castsi128_ps(_mm_cmpeq_epi32(vi, _mm_setzero_si128()));
@@ -113,8 +118,7 @@ void Dequantise(const int32_t* v, int n, float q, float centre, float halfZero, 
         _mm_storeu_ps(out + i, _mm_andnot_ps(zero, value));
     }
 #endif
-    for (; i < n; i++)
-    {
+    for (; i < n; i++) {
         const bool positive = v[i] > 0;
         const float t = float(v[i]) + (positive ? -centre : centre);
         const float value = q * t + (positive ? halfZero : -halfZero);
@@ -130,11 +134,9 @@ void ToPixels(const float* plane, size_t n, float scale, float shift, uint8_t* p
 #if defined(__SSE2__)
     const __m128 r4 = _mm_set1_ps(scale), m4 = _mm_set1_ps(shift), half = _mm_set1_ps(0.5f);
     const __m128 lo = _mm_setzero_ps(), hi = _mm_set1_ps(255.0f);
-    for (; i + 16 <= n; i += 16)
-    {
+    for (; i + 16 <= n; i += 16) {
         __m128i q[4];
-        for (int j = 0; j < 4; j++)
-        {
+        for (int j = 0; j < 4; j++) {
             __m128 p = _mm_add_ps(_mm_add_ps(_mm_mul_ps(_mm_loadu_ps(plane + i + 4 * j), r4), m4), half);
             // max returns its second operand when the first is not a number.
             p = _mm_min_ps(_mm_max_ps(p, lo), hi);
@@ -144,8 +146,7 @@ void ToPixels(const float* plane, size_t n, float scale, float shift, uint8_t* p
         _mm_storeu_si128(reinterpret_cast<__m128i*>(pixels + i), _mm_packus_epi16(words, words2));
     }
 #endif
-    for (; i < n; i++)
-    {
+    for (; i < n; i++) {
         const float p = (plane[i] * scale + shift) + 0.5f;
         pixels[i] = uint8_t(!(p >= 0) ? 0 : p > 255 ? 255 : int(p));
     }
@@ -156,8 +157,7 @@ class Decoder
 public:
     Decoder(const uint8_t* data, size_t size, const WsqLimits& limits, Workspace& work, std::string& error)
         : d_(data), size_(size), limits_(limits), work_(work), error_(error)
-    {
-    }
+    { }
 
     // Reads segments until the frame header has been read and the next
     // segment is a block (or until the end of the image when decoding).
@@ -209,12 +209,12 @@ bool Decoder::ReadFrame(const uint8_t* p, size_t n)
     frame_.scale = Scaled(Be16(p + 12), p[11]);
     const int w = frame_.width, h = frame_.height;
     if (w < kWsqMinSide || h < kWsqMinSide)
-        return Fail("image of " + std::to_string(w) + " x " + std::to_string(h) + " pixels (at least " +
-                    std::to_string(kWsqMinSide) + " a side)");
+        return Fail("image of " + std::to_string(w) + " x " + std::to_string(h) + " pixels (at least "
+                    + std::to_string(kWsqMinSide) + " a side)");
     if (w > limits_.maxWidth || h > limits_.maxHeight || int64_t(w) * h > limits_.maxPixels)
-        return Fail("image of " + std::to_string(w) + " x " + std::to_string(h) + " pixels is over the limit of " +
-                    std::to_string(limits_.maxWidth) + " x " + std::to_string(limits_.maxHeight) + ", " +
-                    std::to_string(limits_.maxPixels) + " pixels");
+        return Fail("image of " + std::to_string(w) + " x " + std::to_string(h) + " pixels is over the limit of "
+                    + std::to_string(limits_.maxWidth) + " x " + std::to_string(limits_.maxHeight) + ", "
+                    + std::to_string(limits_.maxPixels) + " pixels");
     haveFrame_ = true;
     return true;
 }
@@ -223,7 +223,7 @@ bool Decoder::ReadTransform(const uint8_t* p, size_t n)
 {
     if (n < 4)
         return Fail("transform table cut short");
-    const int lenHighStore = p[2], lenLowStore = p[3];   // analysis low-pass, analysis high-pass
+    const int lenHighStore = p[2], lenLowStore = p[3]; // analysis low-pass, analysis high-pass
     if (lenHighStore % 2 == 0 || lenLowStore % 2 == 0)
         return Fail("even-length wavelet filters are not supported");
     if (lenHighStore > kMaxFilterTaps || lenLowStore > kMaxFilterTaps)
@@ -237,13 +237,11 @@ bool Decoder::ReadTransform(const uint8_t* p, size_t n)
     f.highLength = lenHighStore;
     f.lowLength = lenLowStore;
     const uint8_t* e = p + 4;
-    for (int pass = 0; pass < 2; pass++)
-    {
+    for (int pass = 0; pass < 2; pass++) {
         const int half = pass == 0 ? halfA : halfB;
         const int centre = half - 1;
         float* taps = pass == 0 ? f.high : f.low;
-        for (int k = 0; k < half; k++, e += 6)
-        {
+        for (int k = 0; k < half; k++, e += 6) {
             float tap = Scaled(Be32(e + 2), e[1]);
             if (e[0] != 0)
                 tap = -tap;
@@ -263,8 +261,7 @@ bool Decoder::ReadQuantisation(const uint8_t* p, size_t n)
         return Fail("quantisation table of " + std::to_string(n) + " bytes (389 expected)");
     quant_.binCentre = Scaled(Be16(p + 3), p[2]);
     const uint8_t* e = p + 5;
-    for (int k = 0; k < kSubbands; k++, e += 6)
-    {
+    for (int k = 0; k < kSubbands; k++, e += 6) {
         quant_.q[k] = Scaled(Be16(e + 1), e[0]);
         quant_.z[k] = Scaled(Be16(e + 4), e[3]);
     }
@@ -277,8 +274,7 @@ bool Decoder::ReadHuffman(const uint8_t* p, size_t n)
     size_t at = 2;
     if (n <= at)
         return Fail("empty Huffman table segment");
-    while (at < n)
-    {
+    while (at < n) {
         if (n - at < 17)
             return Fail("Huffman table cut short");
         const int id = p[at];
@@ -305,12 +301,9 @@ bool Decoder::StartCoefficients()
     for (int k = 0; k < kCodedSubbands; k++)
         if (quant_.q[k] != 0)
             total += size_t(tree_.subband[k].w) * tree_.subband[k].h;
-    try
-    {
+    try {
         work_.coefficients.assign(total, 0);
-    }
-    catch (const std::bad_alloc&)
-    {
+    } catch (const std::bad_alloc&) {
         return Fail("out of memory");
     }
     return true;
@@ -324,8 +317,7 @@ bool Decoder::ReadBlock(size_t& pos, int table)
     work_.entropy.bytes.clear();
     work_.entropy.restarts.clear();
     int expectRestart = 0;
-    for (;;)
-    {
+    for (;;) {
         const uint8_t* from = d_ + pos;
         const void* ff = std::memchr(from, 0xff, size_ - pos);
         const size_t run = ff ? size_t(static_cast<const uint8_t*>(ff) - from) : size_ - pos;
@@ -334,24 +326,20 @@ bool Decoder::ReadBlock(size_t& pos, int table)
         if (pos + 1 >= size_)
             return Fail("entropy-coded data runs off the end of the stream");
         const uint8_t next = d_[pos + 1];
-        if (next == 0)
-        {
+        if (next == 0) {
             work_.entropy.bytes.push_back(0xff);
             pos += 2;
-        }
-        else if (next >= kMarkerRst0 && next <= kMarkerRst0 + 7)
-        {
+        } else if (next >= kMarkerRst0 && next <= kMarkerRst0 + 7) {
             if (next - kMarkerRst0 != expectRestart)
                 return Fail("restart marker out of sequence");
             expectRestart = (expectRestart + 1) % 8;
             work_.entropy.restarts.push_back(work_.entropy.bytes.size());
             pos += 2;
-        }
-        else
+        } else
             break;
     }
-    return DecodeBlock(work_.entropy, huffman_[table], work_.coefficients.data(), work_.coefficients.size(), nextCoefficient_,
-                       error_);
+    return DecodeBlock(work_.entropy, huffman_[table], work_.coefficients.data(), work_.coefficients.size(),
+                       nextCoefficient_, error_);
 }
 
 // Dequantised coefficients into their subbands, then the inverse transform
@@ -362,12 +350,10 @@ void Decoder::Reconstruct(WsqImage& image)
     std::vector<float>& plane = work_.plane;
     plane.resize(size_t(w) * h);
     const int32_t* c = work_.coefficients.data();
-    for (int k = 0; k < kSubbands; k++)
-    {
+    for (int k = 0; k < kSubbands; k++) {
         const Rect& r = tree_.subband[k];
         const float q = k < kCodedSubbands ? quant_.q[k] : 0;
-        if (q == 0)
-        {
+        if (q == 0) {
             // Never coded: zero.
             for (int y = 0; y < r.h; y++)
                 std::fill_n(plane.data() + size_t(r.y + y) * w + r.x, r.w, 0.0f);
@@ -397,8 +383,7 @@ bool Decoder::Run(bool headerOnly, WsqImage& image)
     if (size_ < 2 || d_[0] != 0xff || d_[1] != kMarkerSoi)
         return Fail("no start-of-image marker");
     size_t pos = 2;
-    for (;;)
-    {
+    for (;;) {
         if (size_ - pos < 2)
             return Fail("stream ends without an end-of-image marker");
         if (d_[pos] != 0xff)
@@ -414,32 +399,40 @@ bool Decoder::Run(bool headerOnly, WsqImage& image)
             return Fail("segment length " + std::to_string(n) + " runs past the end of the stream");
         const uint8_t* p = d_ + pos;
         bool ok = true;
-        switch (marker)
-        {
-        case kMarkerSof: ok = ReadFrame(p, n); break;
-        case kMarkerDtt: ok = ReadTransform(p, n); break;
-        case kMarkerDqt: ok = ReadQuantisation(p, n); break;
-        case kMarkerDht: ok = ReadHuffman(p, n); break;
-        case kMarkerCom: commentPpi_ = std::max(commentPpi_, CommentPpi(p + 2, n - 2)); break;
+        switch (marker) {
+        case kMarkerSof:
+            ok = ReadFrame(p, n);
+            break;
+        case kMarkerDtt:
+            ok = ReadTransform(p, n);
+            break;
+        case kMarkerDqt:
+            ok = ReadQuantisation(p, n);
+            break;
+        case kMarkerDht:
+            ok = ReadHuffman(p, n);
+            break;
+        case kMarkerCom:
+            commentPpi_ = std::max(commentPpi_, CommentPpi(p + 2, n - 2));
+            break;
         case kMarkerDrt:
             if (n != 4)
                 return Fail("restart interval segment of " + std::to_string(n) + " bytes (4 expected)");
             break;
-        case kMarkerSob:
-        {
+        case kMarkerSob: {
             if (n != 3)
                 return Fail("block header of " + std::to_string(n) + " bytes (3 expected)");
             if (!haveFrame_)
                 return Fail("block before the frame header");
-            if (headerOnly)
-            {
+            if (headerOnly) {
                 image.width = frame_.width;
                 image.height = frame_.height;
                 image.commentPpi = commentPpi_;
                 return true;
             }
             if (!haveTransform_ || !haveQuantisation_)
-                return Fail(haveTransform_ ? "block before the quantisation table" : "block before the transform table");
+                return Fail(haveTransform_ ? "block before the quantisation table"
+                                           : "block before the transform table");
             const int table = p[2];
             if (table >= kHuffmanTables || !huffman_[table].defined)
                 return Fail("block uses undefined Huffman table " + std::to_string(table));
@@ -453,8 +446,8 @@ bool Decoder::Run(bool headerOnly, WsqImage& image)
             continue;
         }
         default:
-            return Fail("unknown marker 0xff" + std::string(1, "0123456789abcdef"[marker >> 4]) +
-                        "0123456789abcdef"[marker & 15]);
+            return Fail("unknown marker 0xff" + std::string(1, "0123456789abcdef"[marker >> 4])
+                        + "0123456789abcdef"[marker & 15]);
         }
         if (!ok)
             return false;
@@ -462,8 +455,7 @@ bool Decoder::Run(bool headerOnly, WsqImage& image)
     }
     if (!haveFrame_)
         return Fail("no frame header");
-    if (headerOnly)
-    {
+    if (headerOnly) {
         image.width = frame_.width;
         image.height = frame_.height;
         image.commentPpi = commentPpi_;
@@ -472,14 +464,11 @@ bool Decoder::Run(bool headerOnly, WsqImage& image)
     if (blocks_ == 0)
         return Fail("no image data");
     if (nextCoefficient_ != work_.coefficients.size())
-        return Fail("image data ends after " + std::to_string(nextCoefficient_) + " of " +
-                    std::to_string(work_.coefficients.size()) + " coefficients");
-    try
-    {
+        return Fail("image data ends after " + std::to_string(nextCoefficient_) + " of "
+                    + std::to_string(work_.coefficients.size()) + " coefficients");
+    try {
         Reconstruct(image);
-    }
-    catch (const std::bad_alloc&)
-    {
+    } catch (const std::bad_alloc&) {
         return Fail("out of memory");
     }
     return true;
@@ -489,8 +478,8 @@ bool Decoder::Run(bool headerOnly, WsqImage& image)
 
 bool LooksLikeWsq(const uint8_t* data, size_t size)
 {
-    return size >= 4 && data[0] == 0xff && data[1] == kMarkerSoi && data[2] == 0xff && data[3] >= kMarkerSof &&
-           data[3] <= kMarkerCom;
+    return size >= 4 && data[0] == 0xff && data[1] == kMarkerSoi && data[2] == 0xff && data[3] >= kMarkerSof
+        && data[3] <= kMarkerCom;
 }
 
 bool DecodeWsq(const uint8_t* data, size_t size, WsqImage& image, std::string& error, const WsqLimits& limits)
@@ -504,8 +493,7 @@ bool DecodeWsq(const uint8_t* data, size_t size, WsqImage& image, std::string& e
     Decoder decoder(data, size, limits, work, error);
     const bool ok = decoder.Run(false, image);
     work.Trim();
-    if (!ok)
-    {
+    if (!ok) {
         image.width = image.height = image.commentPpi = 0;
         image.pixels.clear();
     }

@@ -6,21 +6,21 @@ namespace kovral_io::wsq_detail {
 namespace {
 
 // Symbols of the coefficient alphabet.
-constexpr int kLongestRunSymbol = 100;   // 1..100: a run of that many zeros
+constexpr int kLongestRunSymbol = 100; // 1..100: a run of that many zeros
 constexpr int kPositive8 = 101;
 constexpr int kNegative8 = 102;
 constexpr int kPositive16 = 103;
-constexpr int kNegative16 = 104;   // the last escape: 101..104 are values, 105..106 runs
+constexpr int kNegative16 = 104; // the last escape: 101..104 are values, 105..106 runs
 constexpr int kRun8 = 105;
 constexpr int kRun16 = 106;
-constexpr int kValueBias = 180;          // 107..254: the coefficient symbol - 180
+constexpr int kValueBias = 180; // 107..254: the coefficient symbol - 180
 
 // Bits MSB first from a byte range; reads past the end give zeros, which the
 // caller never trusts (it compares code lengths with the bits left).
 class BitReader
 {
 public:
-    BitReader(const uint8_t* begin, const uint8_t* end) : p_(begin), end_(end), left_(uint64_t(end - begin) * 8) {}
+    BitReader(const uint8_t* begin, const uint8_t* end) : p_(begin), end_(end), left_(uint64_t(end - begin) * 8) { }
 
     uint64_t left() const { return left_; }
 
@@ -49,8 +49,7 @@ public:
 private:
     void Fill()
     {
-        while (avail_ <= 56)
-        {
+        while (avail_ <= 56) {
             acc_ |= uint64_t(p_ < end_ ? *p_ : 0) << (56 - avail_);
             p_++;
             avail_ += 8;
@@ -71,8 +70,7 @@ inline uint32_t LookUp(const HuffmanTable& table, uint32_t bits16)
     const uint32_t entry = table.fast[bits16 >> (16 - HuffmanTable::kFastBits)];
     if (entry)
         return entry;
-    for (int len = HuffmanTable::kFastBits + 1; len <= kMaxCodeLength; len++)
-    {
+    for (int len = HuffmanTable::kFastBits + 1; len <= kMaxCodeLength; len++) {
         const int32_t code = int32_t(bits16 >> (16 - len));
         if (code <= table.maxCode[len])
             return uint32_t(len) << 8 | table.values[table.valueOffset[len] + code];
@@ -88,8 +86,7 @@ bool BuildHuffmanTable(const uint8_t counts[kMaxCodeLength], const uint8_t* valu
     int total = 0;
     for (int i = 0; i < kMaxCodeLength; i++)
         total += counts[i];
-    if (total > 256)
-    {
+    if (total > 256) {
         error = "WSQ: Huffman table with " + std::to_string(total) + " values (at most 256)";
         return false;
     }
@@ -100,18 +97,15 @@ bool BuildHuffmanTable(const uint8_t counts[kMaxCodeLength], const uint8_t* valu
     // Canonical codes: consecutive within a length, doubled on each longer one.
     int32_t code = 0;
     int first = 0;
-    for (int len = 1; len <= kMaxCodeLength; len++)
-    {
+    for (int len = 1; len <= kMaxCodeLength; len++) {
         const int n = counts[len - 1];
-        if (code + n > (int32_t(1) << len))
-        {
+        if (code + n > (int32_t(1) << len)) {
             error = "WSQ: Huffman table holds more codes of " + std::to_string(len) + " bits than fit";
             return false;
         }
         table.maxCode[len] = n ? code + n - 1 : -1;
         table.valueOffset[len] = first - code;
-        for (int k = 0; k < n && len <= HuffmanTable::kFastBits; k++)
-        {
+        for (int k = 0; k < n && len <= HuffmanTable::kFastBits; k++) {
             const int shift = HuffmanTable::kFastBits - len;
             const uint16_t entry = uint16_t(len << 8 | values[first + k]);
             for (int32_t j = (code + k) << shift; j < (code + k + 1) << shift; j++)
@@ -133,18 +127,15 @@ bool DecodeBlock(const EntropyData& data, const HuffmanTable& table, int32_t* co
     };
     size_t at = next;
     // Restart markers cut the data into intervals that each start on a byte.
-    for (size_t seg = 0; seg <= data.restarts.size(); seg++)
-    {
+    for (size_t seg = 0; seg <= data.restarts.size(); seg++) {
         const size_t from = seg == 0 ? 0 : data.restarts[seg - 1];
         const size_t to = seg < data.restarts.size() ? data.restarts[seg] : data.bytes.size();
         BitReader bits(data.bytes.data() + from, data.bytes.data() + to);
-        while (bits.left() > 0)
-        {
+        while (bits.left() > 0) {
             const uint32_t peek = bits.Peek16();
             const uint32_t entry = LookUp(table, peek);
             const int len = int(entry >> 8);
-            if (entry == 0 || uint64_t(len) > bits.left())
-            {
+            if (entry == 0 || uint64_t(len) > bits.left()) {
                 // No complete code: only the 1-bit padding of the last byte may be left.
                 const uint64_t left = bits.left();
                 if (left < 8 && peek >> (16 - left) == (1u << left) - 1)
@@ -155,35 +146,30 @@ bool DecodeBlock(const EntropyData& data, const HuffmanTable& table, int32_t* co
             }
             bits.Skip(len);
             const int symbol = int(entry & 0xff);
-            if (symbol >= 1 && symbol <= kLongestRunSymbol)
-            {
+            if (symbol >= 1 && symbol <= kLongestRunSymbol) {
                 if (size_t(symbol) > count - at)
                     return tooMany();
                 at += size_t(symbol);
                 continue;
             }
-            if (symbol == 0 || symbol == 255)
-            {
+            if (symbol == 0 || symbol == 255) {
                 error = "WSQ: invalid coefficient symbol " + std::to_string(symbol);
                 return false;
             }
             static_assert(kNegative16 + 1 == kRun8);
-            if (symbol > kRun16)
-            {
+            if (symbol > kRun16) {
                 if (at >= count)
                     return tooMany();
                 coefficients[at++] = symbol - kValueBias;
                 continue;
             }
             const int extra = symbol == kPositive8 || symbol == kNegative8 || symbol == kRun8 ? 8 : 16;
-            if (uint64_t(extra) > bits.left())
-            {
+            if (uint64_t(extra) > bits.left()) {
                 error = "WSQ: escape cut off by the end of the entropy-coded data";
                 return false;
             }
             const uint32_t v = bits.Read(extra);
-            if (symbol == kRun8 || symbol == kRun16)
-            {
+            if (symbol == kRun8 || symbol == kRun16) {
                 if (v > count - at)
                     return tooMany();
                 at += v;

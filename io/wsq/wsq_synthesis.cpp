@@ -22,8 +22,11 @@ namespace {
 
 // Children of each split node, top-left, top-right, bottom-left,
 // bottom-right: a node number, or a subband as Leaf(k).
-constexpr int Leaf(int subband) { return -1 - subband; }
-constexpr int kUncoded = -100;   // the bottom-right quarter of the image
+constexpr int Leaf(int subband)
+{
+    return -1 - subband;
+}
+constexpr int kUncoded = -100; // the bottom-right quarter of the image
 
 constexpr int kChildren[kNodes][4] = {
     {1, 2, 3, kUncoded},
@@ -67,21 +70,18 @@ void Place(SubbandTree& tree, int node, const Rect& rect, bool invertX, bool inv
     tree.invertY[node] = invertY;
     Rect q[4];
     Quarters(rect, invertX, invertY, q);
-    for (int c = 0; c < 4; c++)
-    {
+    for (int c = 0; c < 4; c++) {
         // Right-hand children are inverted in x, bottom ones in y.
         const bool cx = c & 1, cy = c >> 1;
         const int child = kChildren[node][c];
         if (child >= 0)
             Place(tree, child, q[c], cx, cy);
-        else if (child == kUncoded)
-        {
+        else if (child == kUncoded) {
             Rect u[4];
             Quarters(q[c], cx, cy, u);
             for (int k = 0; k < 4; k++)
                 tree.subband[kCodedSubbands + k] = u[k];
-        }
-        else
+        } else
             tree.subband[-1 - child] = q[c];
     }
 }
@@ -103,39 +103,35 @@ constexpr int kPad = kMaxFilterTaps / 2 + 1;
 
 // out[x] = k[0] p[0][x] + k[1] p[1][x] + ... , summed left to right, for x < n.
 // Four vectors at a time: independent sums hide the latency of each addition.
-#define KOVRAL_WSQ_COMBINE(VEC, WIDTH, SET1, LOAD, STORE, MUL, ADD)                     \
-    VEC kk[NT];                                                                         \
-    for (int t = 0; t < NT; t++)                                                        \
-        kk[t] = SET1(k[t]);                                                             \
-    int x = 0;                                                                          \
-    for (; x + 4 * WIDTH <= n; x += 4 * WIDTH)                                          \
-    {                                                                                   \
-        VEC a0 = MUL(kk[0], LOAD(p[0] + x)), a1 = MUL(kk[0], LOAD(p[0] + x + WIDTH));    \
-        VEC a2 = MUL(kk[0], LOAD(p[0] + x + 2 * WIDTH));                                \
-        VEC a3 = MUL(kk[0], LOAD(p[0] + x + 3 * WIDTH));                                \
-        for (int t = 1; t < NT; t++)                                                    \
-        {                                                                               \
-            a0 = ADD(a0, MUL(kk[t], LOAD(p[t] + x)));                                   \
-            a1 = ADD(a1, MUL(kk[t], LOAD(p[t] + x + WIDTH)));                           \
-            a2 = ADD(a2, MUL(kk[t], LOAD(p[t] + x + 2 * WIDTH)));                       \
-            a3 = ADD(a3, MUL(kk[t], LOAD(p[t] + x + 3 * WIDTH)));                       \
-        }                                                                               \
-        STORE(out + x, a0), STORE(out + x + WIDTH, a1);                                 \
-        STORE(out + x + 2 * WIDTH, a2), STORE(out + x + 3 * WIDTH, a3);                 \
-    }                                                                                   \
-    for (; x + WIDTH <= n; x += WIDTH)                                                  \
-    {                                                                                   \
-        VEC a = MUL(kk[0], LOAD(p[0] + x));                                             \
-        for (int t = 1; t < NT; t++)                                                    \
-            a = ADD(a, MUL(kk[t], LOAD(p[t] + x)));                                     \
-        STORE(out + x, a);                                                              \
-    }                                                                                   \
-    for (; x < n; x++)                                                                  \
-    {                                                                                   \
-        float a = k[0] * p[0][x];                                                       \
-        for (int t = 1; t < NT; t++)                                                    \
-            a = a + k[t] * p[t][x];                                                     \
-        out[x] = a;                                                                     \
+#define KOVRAL_WSQ_COMBINE(VEC, WIDTH, SET1, LOAD, STORE, MUL, ADD)                                                  \
+    VEC kk[NT];                                                                                                      \
+    for (int t = 0; t < NT; t++)                                                                                     \
+        kk[t] = SET1(k[t]);                                                                                          \
+    int x = 0;                                                                                                       \
+    for (; x + 4 * WIDTH <= n; x += 4 * WIDTH) {                                                                     \
+        VEC a0 = MUL(kk[0], LOAD(p[0] + x)), a1 = MUL(kk[0], LOAD(p[0] + x + WIDTH));                                \
+        VEC a2 = MUL(kk[0], LOAD(p[0] + x + 2 * WIDTH));                                                             \
+        VEC a3 = MUL(kk[0], LOAD(p[0] + x + 3 * WIDTH));                                                             \
+        for (int t = 1; t < NT; t++) {                                                                               \
+            a0 = ADD(a0, MUL(kk[t], LOAD(p[t] + x)));                                                                \
+            a1 = ADD(a1, MUL(kk[t], LOAD(p[t] + x + WIDTH)));                                                        \
+            a2 = ADD(a2, MUL(kk[t], LOAD(p[t] + x + 2 * WIDTH)));                                                    \
+            a3 = ADD(a3, MUL(kk[t], LOAD(p[t] + x + 3 * WIDTH)));                                                    \
+        }                                                                                                            \
+        STORE(out + x, a0), STORE(out + x + WIDTH, a1);                                                              \
+        STORE(out + x + 2 * WIDTH, a2), STORE(out + x + 3 * WIDTH, a3);                                              \
+    }                                                                                                                \
+    for (; x + WIDTH <= n; x += WIDTH) {                                                                             \
+        VEC a = MUL(kk[0], LOAD(p[0] + x));                                                                          \
+        for (int t = 1; t < NT; t++)                                                                                 \
+            a = ADD(a, MUL(kk[t], LOAD(p[t] + x)));                                                                  \
+        STORE(out + x, a);                                                                                           \
+    }                                                                                                                \
+    for (; x < n; x++) {                                                                                             \
+        float a = k[0] * p[0][x];                                                                                    \
+        for (int t = 1; t < NT; t++)                                                                                 \
+            a = a + k[t] * p[t][x];                                                                                  \
+        out[x] = a;                                                                                                  \
     }
 
 #if defined(__SSE2__)
@@ -154,8 +150,7 @@ void CombinePlain(const float* k, const float* const* p, float* out, int n)
 template <int NT>
 void CombinePlain(const float* k, const float* const* p, float* out, int n)
 {
-    for (int x = 0; x < n; x++)
-    {
+    for (int x = 0; x < n; x++) {
         float a = k[0] * p[0][x];
         for (int t = 1; t < NT; t++)
             a = a + k[t] * p[t][x];
@@ -167,8 +162,7 @@ void CombinePlain(const float* k, const float* const* p, float* out, int n)
 
 void CombineAny(const float* k, const float* const* p, int nt, float* out, int n)
 {
-    for (int x = 0; x < n; x++)
-    {
+    for (int x = 0; x < n; x++) {
         float a = k[0] * p[0][x];
         for (int t = 1; t < nt; t++)
             a = a + k[t] * p[t][x];
@@ -209,15 +203,13 @@ void Interleave(const float* even, const float* odd, int n, float* dst)
 {
     int m = 0;
 #if defined(__SSE2__)
-    for (; m + 4 <= n; m += 4)
-    {
+    for (; m + 4 <= n; m += 4) {
         const __m128 e = _mm_loadu_ps(even + m), o = _mm_loadu_ps(odd + m);
         _mm_storeu_ps(dst + 2 * m, _mm_unpacklo_ps(e, o));
         _mm_storeu_ps(dst + 2 * m + 4, _mm_unpackhi_ps(e, o));
     }
 #endif
-    for (; m < n; m++)
-    {
+    for (; m < n; m++) {
         dst[2 * m] = even[m];
         dst[2 * m + 1] = odd[m];
     }
@@ -238,14 +230,12 @@ Terms TermsFor(int parity, const SynthesisFilters& f)
 {
     Terms t;
     const int c0 = (f.lowLength - 1) / 2, c1 = (f.highLength - 1) / 2;
-    for (int i = 0; i < f.lowLength; i++)
-    {
-        const int d = parity + i - c0;   // position relative to 2m
+    for (int i = 0; i < f.lowLength; i++) {
+        const int d = parity + i - c0; // position relative to 2m
         if (d % 2 == 0)
             t.tap[t.count] = f.low[i], t.offset[t.count] = d / 2, t.high[t.count++] = false;
     }
-    for (int i = 0; i < f.highLength; i++)
-    {
+    for (int i = 0; i < f.highLength; i++) {
         const int d = parity + i - c1;
         if (d % 2 != 0)
             t.tap[t.count] = f.high[i], t.offset[t.count] = (d - 1) / 2, t.high[t.count++] = true;
@@ -277,12 +267,10 @@ void SynthesiseLineReference(const float* in, int n, bool inverted, const Synthe
     const float* low = inverted ? in + nH : in;
     const float* high = inverted ? in : in + nL;
     const int c0 = (f.lowLength - 1) / 2, c1 = (f.highLength - 1) / 2;
-    for (int k = 0; k < n; k++)
-    {
+    for (int k = 0; k < n; k++) {
         float acc = 0;
         bool first = true;
-        for (int i = 0; i < f.lowLength; i++)
-        {
+        for (int i = 0; i < f.lowLength; i++) {
             const int p = k + i - c0;
             if (p % 2 != 0)
                 continue;
@@ -290,8 +278,7 @@ void SynthesiseLineReference(const float* in, int n, bool inverted, const Synthe
             acc = first ? term : acc + term;
             first = false;
         }
-        for (int i = 0; i < f.highLength; i++)
-        {
+        for (int i = 0; i < f.highLength; i++) {
             const int p = k + i - c1;
             if (p % 2 == 0)
                 continue;
@@ -316,11 +303,9 @@ void SynthesiseNode(float* image, int stride, const Rect& r, bool invertX, bool 
         const int nL = (r.h + 1) / 2, nH = r.h / 2;
         const int lowRow0 = invertY ? nH : 0, highRow0 = invertY ? 0 : nL;
         const float* base = image + size_t(r.y) * stride + r.x;
-        for (int k = 0; k < r.h; k++)
-        {
+        for (int k = 0; k < r.h; k++) {
             const Terms& t = k % 2 ? odd : even;
-            for (int i = 0; i < t.count; i++)
-            {
+            for (int i = 0; i < t.count; i++) {
                 // Positions of the interleaved line, mirrored, back to band rows.
                 const int position = k - k % 2 + 2 * t.offset[i] + (t.high[i] ? 1 : 0);
                 const int j = Mirror(position, r.h) / 2;
@@ -336,8 +321,7 @@ void SynthesiseNode(float* image, int stride, const Rect& r, bool invertX, bool 
     const int lowStart = invertX ? nH : 0, highStart = invertX ? 0 : nL;
     // Where the samples beyond each end of the two bands come from.
     int lowEnds[2 * kPad], highEnds[2 * kPad];
-    for (int j = 0; j < kPad; j++)
-    {
+    for (int j = 0; j < kPad; j++) {
         lowEnds[j] = lowStart + Mirror(2 * (j - kPad), r.w) / 2;
         lowEnds[kPad + j] = lowStart + Mirror(2 * (nL + j), r.w) / 2;
         highEnds[j] = highStart + Mirror(2 * (j - kPad) + 1, r.w) / 2;
@@ -351,13 +335,11 @@ void SynthesiseNode(float* image, int stride, const Rect& r, bool invertX, bool 
     for (int p = 0; p < 2; p++)
         for (int i = 0; i < parts[p]->count; i++)
             partPtr[p][i] = (parts[p]->high[i] ? high.data() : low.data()) + kPad + parts[p]->offset[i];
-    for (int y = 0; y < r.h; y++)
-    {
+    for (int y = 0; y < r.h; y++) {
         const float* src = scratch + size_t(y) * r.w;
         std::memcpy(low.data() + kPad, src + lowStart, sizeof(float) * size_t(nL));
         std::memcpy(high.data() + kPad, src + highStart, sizeof(float) * size_t(nH));
-        for (int j = 0; j < kPad; j++)
-        {
+        for (int j = 0; j < kPad; j++) {
             low[size_t(j)] = src[lowEnds[j]];
             low[size_t(kPad + nL + j)] = src[lowEnds[kPad + j]];
             high[size_t(j)] = src[highEnds[j]];

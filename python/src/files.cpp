@@ -52,8 +52,8 @@ py::array_t<uint8_t> ArrayOf(int width, int height, std::vector<uint8_t>&& bytes
 // One image record of a transaction file, as kovral.read gives it.
 struct Record
 {
-    py::object image = py::none();   // None when the record could not be decoded
-    std::string error;               // why not
+    py::object image = py::none(); // None when the record could not be decoded
+    std::string error;             // why not
     int record = 0;
     int recordType = 0;
     int idc = -1;
@@ -69,8 +69,7 @@ struct Record
 bool DecodeOtherRecord(const uint8_t* data, size_t size, kovral_io::An2kImage& image, std::string& error)
 {
     kovral_io::ReadResult result = kovral_io::ReadImage({data, size});
-    if (!result.ok)
-    {
+    if (!result.ok) {
         error = result.reason;
         return false;
     }
@@ -92,30 +91,26 @@ py::object Read(const std::string& path, const std::optional<SizePair>& rawSize)
         py::gil_scoped_release released;
         ok = kovral_io::ReadFileBytes(path, kMaxFingerprintFileBytes, bytes, error);
         fingerprint = ok && kovral_io::IsFingerprintFile(bytes.data(), bytes.size());
-        if (fingerprint)
-        {
+        if (fingerprint) {
             file = kovral_io::ReadFingerprintFile(bytes.data(), bytes.size(), kovral_io::RecordSelection::All,
                                                   DecodeOtherRecord);
             ok = file.ok && !(file.images.empty() && file.refused.empty());
             error = !file.reason.empty() ? file.reason : "holds no fingerprint image record";
             if (file.ok && !file.warnings.empty())
                 error += ": " + file.warnings.front();
-        }
-        else if (ok)
+        } else if (ok)
             ok = kovral_tool::DecodeImage(bytes, raw, image, error);
     }
     if (!ok)
         throw py::value_error(path + ": " + error);
     if (!fingerprint)
         return ArrayOf(image.width, image.height, std::move(image.pixels));
-    if (file.kind == "WSQ")
-    {
+    if (file.kind == "WSQ") {
         kovral_io::FingerprintImage& wsq = file.images.front();
         return ArrayOf(wsq.width, wsq.height, std::move(wsq.pixels));
     }
     py::list records;
-    for (kovral_io::FingerprintImage& r : file.images)
-    {
+    for (kovral_io::FingerprintImage& r : file.images) {
         Record out;
         out.image = ArrayOf(r.width, r.height, std::move(r.pixels));
         out.record = r.record;
@@ -133,8 +128,7 @@ py::object Read(const std::string& path, const std::optional<SizePair>& rawSize)
         out.notes.insert(out.notes.end(), file.warnings.begin(), file.warnings.end());
         records.append(py::cast(std::move(out)));
     }
-    for (const std::string& refusal : file.refused)
-    {
+    for (const std::string& refusal : file.refused) {
         Record out;
         out.error = refusal;
         records.append(py::cast(std::move(out)));
@@ -212,8 +206,8 @@ void RegisterFiles(py::module_& m)
                       "(finger position, 'amputated' or 'unable to print') of fingers the record lists as missing")
         .def_readonly("notes", &Record::notes, "What the file got wrong but could be read past")
         .def("__repr__", [](const Record& r) {
-            return "<kovral.Record " + std::to_string(r.record) + " Type-" + std::to_string(r.recordType) +
-                   " position " + std::to_string(r.position) + (r.image.is_none() ? " not decoded>" : ">");
+            return "<kovral.Record " + std::to_string(r.record) + " Type-" + std::to_string(r.recordType)
+                + " position " + std::to_string(r.position) + (r.image.is_none() ? " not decoded>" : ">");
         });
 
     m.def("read", &Read, py::arg("path"), py::arg("size") = py::none(),
@@ -236,13 +230,14 @@ void RegisterFiles(py::module_& m)
         .def_readwrite("sync", &BatchOptions::sync)
         .def(py::pickle(
             [](const BatchOptions& o) {
-                return py::make_tuple(o.outDir, o.fingerSize, o.format, o.overlay, o.force, o.rawSize,
-                                      o.skipExisting, o.sync);
+                return py::make_tuple(o.outDir, o.fingerSize, o.format, o.overlay, o.force, o.rawSize, o.skipExisting,
+                                      o.sync);
             },
             [](const py::tuple& t) {
                 return BatchOptions{t[0].cast<std::string>(), t[1].cast<std::optional<SizePair>>(),
-                                    t[2].cast<std::string>(), t[3].cast<bool>(), t[4].cast<bool>(),
-                                    t[5].cast<std::optional<SizePair>>(), t[6].cast<bool>(), t[7].cast<bool>()};
+                                    t[2].cast<std::string>(), t[3].cast<bool>(),
+                                    t[4].cast<bool>(),        t[5].cast<std::optional<SizePair>>(),
+                                    t[6].cast<bool>(),        t[7].cast<bool>()};
             }));
 
     m.def("_check_batch_options", [](const BatchOptions& batch) { ToolOptions(batch); });
@@ -271,7 +266,8 @@ void RegisterFiles(py::module_& m)
         "_collect_inputs",
         [](const std::vector<std::string>& paths, bool recursive) {
             std::vector<std::tuple<std::string, std::string, std::string>> out;
-            for (const kovral_tool::InputFile& input : kovral_tool::CollectInputs(paths, kovral_tool::WalkRules{recursive, false, std::nullopt}))
+            for (const kovral_tool::InputFile& input :
+                 kovral_tool::CollectInputs(paths, kovral_tool::WalkRules{recursive, false, std::nullopt}))
                 out.emplace_back(input.path, input.name, input.error);
             return out;
         },
@@ -296,7 +292,9 @@ void RegisterFiles(py::module_& m)
         .def(
             "done",
             [](kovral_tool::Progress& p, const std::string& input, bool ok, int fingers, const std::string& message,
-               bool skipped) { p.Done(input, {ok, fingers, message, skipped}); },
+               bool skipped) {
+                p.Done(input, {ok, fingers, message, skipped});
+            },
             py::arg("input"), py::arg("ok"), py::arg("fingers"), py::arg("message"), py::arg("skipped") = false)
         .def("tick", &kovral_tool::Progress::Tick)
         .def("finish", &kovral_tool::Progress::Finish)

@@ -37,7 +37,7 @@ struct Size
 // One finger of a split as Python sees it.
 struct Finger
 {
-    py::array_t<uint8_t> image;   // (height, width), its own memory
+    py::array_t<uint8_t> image; // (height, width), its own memory
     int32_t x = 0;
     int32_t y = 0;
     int32_t angle = 0;
@@ -88,7 +88,8 @@ struct Request
 Request CheckRequest(const py::handle& image, std::pair<int64_t, int64_t> fingerSize, const std::string& locator)
 {
     if (!py::isinstance<py::array>(image))
-        throw py::type_error("image must be a numpy array of uint8, not " + std::string(py::str(image.get_type().attr("__name__"))));
+        throw py::type_error("image must be a numpy array of uint8, not "
+                             + std::string(py::str(image.get_type().attr("__name__"))));
     auto array = py::reinterpret_borrow<py::array>(image);
     if (!array.dtype().is(py::dtype::of<uint8_t>()))
         throw py::type_error("image must be an array of uint8, not " + std::string(py::str(array.dtype())));
@@ -99,8 +100,8 @@ Request CheckRequest(const py::handle& image, std::pair<int64_t, int64_t> finger
     request.image.width = CheckRange("width", array.shape(1), KOVRAL_MIN_WIDTH, KOVRAL_MAX_WIDTH);
     request.image.height = CheckRange("height", array.shape(0), KOVRAL_MIN_HEIGHT, KOVRAL_MAX_HEIGHT);
     request.options.finger_width = CheckRange("finger width", fingerSize.first, kMinFingerWidth, request.image.width);
-    request.options.finger_height =
-        CheckRange("finger height", fingerSize.second, kMinFingerHeight, request.image.height);
+    request.options.finger_height
+        = CheckRange("finger height", fingerSize.second, kMinFingerHeight, request.image.height);
     request.options.locator = ParseLocator(locator);
     request.pixels = py::array_t<uint8_t, py::array::c_style>::ensure(array);
     if (!request.pixels)
@@ -130,8 +131,7 @@ std::vector<Finger> RunSplit(kovral_splitter* splitter, std::mutex* lock, const 
     const kovral_split_options& options = request.options;
     std::array<py::array_t<uint8_t>, KOVRAL_MAX_FINGERS> images;
     kovral_finger fingers[KOVRAL_MAX_FINGERS] = {};
-    for (int i = 0; i < KOVRAL_MAX_FINGERS; i++)
-    {
+    for (int i = 0; i < KOVRAL_MAX_FINGERS; i++) {
         images[i] = py::array_t<uint8_t>({options.finger_height, options.finger_width});
         fingers[i].image = images[i].mutable_data();
     }
@@ -149,12 +149,11 @@ std::vector<Finger> RunSplit(kovral_splitter* splitter, std::mutex* lock, const 
         ThrowSplitFailure(result, request, capacity);
 
     std::vector<Finger> out;
-    for (int32_t i = 0; i < count && i < KOVRAL_MAX_FINGERS; i++)
-    {
+    for (int32_t i = 0; i < count && i < KOVRAL_MAX_FINGERS; i++) {
         const kovral_finger& f = fingers[i];
         Finger finger{images[i], f.x, f.y, f.angle, f.quality, f.confidence, f.flags, {}};
-        kovral_finger_corners(request.image.width, request.image.height, options.finger_width,
-                              options.finger_height, f.x, f.y, f.angle, finger.corners.data());
+        kovral_finger_corners(request.image.width, request.image.height, options.finger_width, options.finger_height,
+                              f.x, f.y, f.angle, finger.corners.data());
         out.push_back(std::move(finger));
     }
     return out;
@@ -197,8 +196,7 @@ public:
     {
         {
             std::lock_guard<std::mutex> guard(lock_);
-            if (!idle_.empty())
-            {
+            if (!idle_.empty()) {
                 SplitterPtr splitter = std::move(idle_.back());
                 idle_.pop_back();
                 return splitter;
@@ -234,12 +232,9 @@ std::vector<Finger> SplitPooled(const py::handle& image, std::pair<int64_t, int6
     Request request = CheckRequest(image, fingerSize, locator);
     SplitterPtr splitter = Pool().Take();
     std::vector<Finger> fingers;
-    try
-    {
+    try {
         fingers = RunSplit(splitter.get(), nullptr, request, {KOVRAL_MAX_WIDTH, KOVRAL_MAX_HEIGHT});
-    }
-    catch (...)
-    {
+    } catch (...) {
         Pool().Give(std::move(splitter));
         throw;
     }
@@ -252,8 +247,7 @@ py::object Hand(const std::vector<const Finger*>& fingers)
     if (fingers.size() != KOVRAL_MAX_FINGERS)
         throw py::value_error("the hand layout needs 4 fingers, not " + std::to_string(fingers.size()));
     kovral_finger records[KOVRAL_MAX_FINGERS] = {};
-    for (int i = 0; i < KOVRAL_MAX_FINGERS; i++)
-    {
+    for (int i = 0; i < KOVRAL_MAX_FINGERS; i++) {
         records[i].x = fingers[i]->x;
         records[i].y = fingers[i]->y;
         records[i].angle = fingers[i]->angle;
@@ -273,7 +267,8 @@ py::tuple Point(const tagPOINT& p)
 
 constexpr const char* kFingerSizeDoc = "finger_size: (width, height) of every finger image, at least 256 x 360 and "
                                        "no larger than the image.\n";
-constexpr const char* kLocatorDoc = "locator: 'accurate' (default) or 'exact' (the library's classic results, bit for bit).\n";
+constexpr const char* kLocatorDoc
+    = "locator: 'accurate' (default) or 'exact' (the library's classic results, bit for bit).\n";
 
 } // namespace
 
@@ -299,8 +294,9 @@ void RegisterSplitting(py::module_& m)
         .def_readonly("quality", &Finger::quality,
                       "0..99; 0 when the centre lies outside columns 110..1450 or rows 310..1320.")
         .def_readonly("confidence", &Finger::confidence, "0..100 that this is a finger (always 100 with 'exact').")
-        .def_readonly("flags", &Finger::flags, "FINGER_CUT_BY_BORDER | FINGER_TOUCHING | FINGER_FAINT bits "
-                                               "(set by the 'accurate' locator).")
+        .def_readonly("flags", &Finger::flags,
+                      "FINGER_CUT_BY_BORDER | FINGER_TOUCHING | FINGER_FAINT bits "
+                      "(set by the 'accurate' locator).")
         .def_property_readonly(
             "corners",
             [](const Finger& f) {
@@ -311,7 +307,7 @@ void RegisterSplitting(py::module_& m)
             "cut out of the source, as (x, y).")
         .def("__repr__", [](const Finger& f) {
             return "Finger(center=(" + std::to_string(f.x) + ", " + std::to_string(f.y)
-                   + "), angle=" + std::to_string(f.angle) + ", quality=" + std::to_string(f.quality) + ")";
+                + "), angle=" + std::to_string(f.angle) + ", quality=" + std::to_string(f.quality) + ")";
         });
 
     py::class_<Splitter>(m, "Splitter",
@@ -319,7 +315,8 @@ void RegisterSplitting(py::module_& m)
                          "Made for images up to max_size = (width, height); splits on different splitters run "
                          "in parallel on different threads (the GIL is released), splits on one splitter one "
                          "after the other.")
-        .def(py::init<std::pair<int64_t, int64_t>>(), py::arg("max_size") = std::make_pair(KOVRAL_MAX_WIDTH, KOVRAL_MAX_HEIGHT),
+        .def(py::init<std::pair<int64_t, int64_t>>(),
+             py::arg("max_size") = std::make_pair(KOVRAL_MAX_WIDTH, KOVRAL_MAX_HEIGHT),
              "max_size: (width, height) of the largest image, 256..1600 x 360..1500.\n"
              "Raises ValueError outside those limits, MemoryError when the memory cannot be had.")
         .def_property_readonly("max_size", &Splitter::MaxSize, "(width, height) of the largest image it takes.")

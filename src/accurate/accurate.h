@@ -18,9 +18,9 @@
 
 namespace accurate {
 
-constexpr int CELL = 8;          // pixels per cell side
-constexpr int MAX_FINGERS = 4;   // reported fingertips per slap
-constexpr int MAX_REJECTED = 8;  // rejected regions reported per slap
+constexpr int CELL = 8;         // pixels per cell side
+constexpr int MAX_FINGERS = 4;  // reported fingertips per slap
+constexpr int MAX_REJECTED = 8; // rejected regions reported per slap
 
 // Per-finger flags, deficiencies and hands: the public API's values.
 constexpr uint32_t FLAG_CUT_BY_BORDER = KOVRAL_FINGER_CUT_BY_BORDER;
@@ -30,74 +30,74 @@ constexpr uint32_t FLAG_FAINT = KOVRAL_FINGER_FAINT;
 // Per-slap deficiencies.
 constexpr uint32_t DEFICIENCY_ARTIFACTS = KOVRAL_DEFICIENCY_ARTIFACTS; // text, lines, marks or halos were rejected
 constexpr uint32_t DEFICIENCY_LOW_CONTRAST = KOVRAL_DEFICIENCY_LOW_CONTRAST; // a fingertip is faint
-constexpr uint32_t DEFICIENCY_OVER_INKED = KOVRAL_DEFICIENCY_OVER_INKED; // fingertips too dark to show valleys
-constexpr uint32_t DEFICIENCY_SIDEWAYS = KOVRAL_DEFICIENCY_SIDEWAYS; // the hand leans by more than 30 degrees
+constexpr uint32_t DEFICIENCY_OVER_INKED = KOVRAL_DEFICIENCY_OVER_INKED;     // fingertips too dark to show valleys
+constexpr uint32_t DEFICIENCY_SIDEWAYS = KOVRAL_DEFICIENCY_SIDEWAYS;         // the hand leans by more than 30 degrees
 constexpr uint32_t DEFICIENCY_OVER_ROTATED = KOVRAL_DEFICIENCY_OVER_ROTATED; // by more than 45 degrees
 constexpr uint32_t DEFICIENCY_INCOMPLETE = KOVRAL_DEFICIENCY_INCOMPLETE; // a finger is missing or cut by the border
 
 // Hand layouts.
 constexpr int HAND_UNKNOWN = KOVRAL_HAND_UNKNOWN;
-constexpr int HAND_RIGHT = KOVRAL_HAND_RIGHT;   // right four: index leftmost
-constexpr int HAND_LEFT = KOVRAL_HAND_LEFT;    // left four: little finger leftmost
+constexpr int HAND_RIGHT = KOVRAL_HAND_RIGHT; // right four: index leftmost
+constexpr int HAND_LEFT = KOVRAL_HAND_LEFT;   // left four: little finger leftmost
 constexpr int HAND_THUMBS = KOVRAL_HAND_THUMBS;
 
 // Ridge evidence on the cell grid of one image.
 struct CellMap
 {
-    int cw = 0;                  // cells per row: image width / CELL
-    int ch = 0;                  // rows: image height / CELL
-    std::vector<uint8_t> ridge;  // 1: the window around the cell shows fingerprint ridges
-    std::vector<float> contrast; // standard deviation of gray in the window
-    std::vector<float> dark;     // share of the window's gray range below its mean (0.5 for ridges)
-    float noise = 0.0f;          // typical contrast of cells without ridges
+    int cw = 0;                     // cells per row: image width / CELL
+    int ch = 0;                     // rows: image height / CELL
+    std::vector<uint8_t> ridge;     // 1: the window around the cell shows fingerprint ridges
+    std::vector<float> contrast;    // standard deviation of gray in the window
+    std::vector<float> dark;        // share of the window's gray range below its mean (0.5 for ridges)
+    float noise = 0.0f;             // typical contrast of cells without ridges
     std::vector<int> gxx, gyy, gxy; // gradient moments of each cell's own samples
 };
 
 // One connected piece of ridge cells.
 struct Region
 {
-    std::vector<int> cells;      // cell indices (y * cw + x)
-    bool touching = false;       // split off a neighbour along the valley between them
-    bool lower = false;          // below a crease: a middle phalanx, not a fingertip
+    std::vector<int> cells; // cell indices (y * cw + x)
+    bool touching = false;  // split off a neighbour along the valley between them
+    bool lower = false;     // below a crease: a middle phalanx, not a fingertip
 };
 
 // A fingertip candidate measured in pixels.
 struct Candidate
 {
-    double cx = 0, cy = 0;       // centre of the fingertip, image pixels
-    double u = 0, v = 0;         // the same in the hand frame
-    double width = 0;            // across the axis, pixels
-    double length = 0;           // along the axis, pixels
-    double angle = 90;           // own axis, degrees
-    double area = 0;             // pixels covered by ridge cells
-    double contrast = 0;         // mean cell contrast
-    tagRECT box{};               // pixel box of its cells, right / bottom one past
+    double cx = 0, cy = 0; // centre of the fingertip, image pixels
+    double u = 0, v = 0;   // the same in the hand frame
+    double width = 0;      // across the axis, pixels
+    double length = 0;     // along the axis, pixels
+    double angle = 90;     // own axis, degrees
+    double area = 0;       // pixels covered by ridge cells
+    double contrast = 0;   // mean cell contrast
+    tagRECT box{};         // pixel box of its cells, right / bottom one past
     uint32_t flags = 0;
     bool lower = false;
-    int reject = 0;              // 0 kept, else why it was rejected (REJECT_*)
-    double score = 0;            // how much like a fingertip, for choosing
+    int reject = 0;   // 0 kept, else why it was rejected (REJECT_*)
+    double score = 0; // how much like a fingertip, for choosing
 };
 
-constexpr int REJECT_SMALL = 1;    // too small for a fingertip
-constexpr int REJECT_SHAPE = 2;    // thin, sparse or frayed: text, lines, marks
-constexpr int REJECT_PHALANX = 3;  // lies below another finger's fingertip
-constexpr int REJECT_SURPLUS = 4;  // more candidates than fingers in a slap
+constexpr int REJECT_SMALL = 1;   // too small for a fingertip
+constexpr int REJECT_SHAPE = 2;   // thin, sparse or frayed: text, lines, marks
+constexpr int REJECT_PHALANX = 3; // lies below another finger's fingertip
+constexpr int REJECT_SURPLUS = 4; // more candidates than fingers in a slap
 
 struct Finger
 {
-    int x = 0, y = 0;            // centre of the fingertip, image pixels
+    int x = 0, y = 0; // centre of the fingertip, image pixels
     int angle = 90;
-    tagRECT box{};               // pixel box of the fingertip
-    int confidence = 0;          // 0..100
+    tagRECT box{};      // pixel box of the fingertip
+    int confidence = 0; // 0..100
     uint32_t flags = 0;
 };
 
 struct Result
 {
     int count = 0;
-    Finger fingers[MAX_FINGERS];  // left to right
+    Finger fingers[MAX_FINGERS]; // left to right
     int hand = HAND_UNKNOWN;
-    int handConfidence = 0;       // 0..100
+    int handConfidence = 0; // 0..100
     uint32_t deficiencies = 0;
     int handAngle = 90;
     int rejectedCount = 0;
@@ -129,8 +129,8 @@ std::vector<int> ChooseFingertips(std::vector<Candidate>& candidates, double han
 void ClassifyHand(const std::vector<Candidate>& chosen, Result& result);
 
 // Stage 7: deficiencies and rejected regions of the slap.
-void ReportDeficiencies(const CellMap& map, const std::vector<Candidate>& candidates,
-                        const std::vector<int>& chosen, Result& result);
+void ReportDeficiencies(const CellMap& map, const std::vector<Candidate>& candidates, const std::vector<int>& chosen,
+                        Result& result);
 
 // The whole locator. Returns false when working memory ran out (result then
 // holds no finger).

@@ -9,7 +9,7 @@
 namespace accurate {
 namespace {
 
-constexpr double FAINT_SHARE = 0.5;     // a fingertip whose contrast is below this share of the best is faint
+constexpr double FAINT_SHARE = 0.5;      // a fingertip whose contrast is below this share of the best is faint
 constexpr double OWN_ANGLE_WEIGHT = 0.5; // a finger's angle: the hand's, moved this share towards its own
 constexpr double OWN_ANGLE_LIMIT = 20.0; // degrees its own may differ from the hand's
 constexpr double EXPECTED_AREA = 1.2 * 200.0 * 200.0;

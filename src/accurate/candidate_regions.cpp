@@ -8,7 +8,7 @@
 namespace accurate {
 namespace {
 
-constexpr int MAJORITY = 5;          // of the 3 x 3 neighbourhood, the cell included
+constexpr int MAJORITY = 5; // of the 3 x 3 neighbourhood, the cell included
 constexpr int MAJORITY_ROUNDS = 2;
 constexpr int MIN_REGION_CELLS = 40; // smaller pieces are dropped at once
 

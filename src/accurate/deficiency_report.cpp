@@ -9,7 +9,7 @@
 namespace accurate {
 namespace {
 
-constexpr double SIDEWAYS = 30.0;       // degrees off upright
+constexpr double SIDEWAYS = 30.0; // degrees off upright
 constexpr double OVER_ROTATED = 45.0;
 constexpr double OVER_INKED_DARK = 0.7; // mean dark share of a fingertip's cells
 

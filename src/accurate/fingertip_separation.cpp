@@ -10,12 +10,12 @@ namespace accurate {
 namespace {
 
 constexpr double PI = 3.14159265358979323846;
-constexpr double NOMINAL_WIDTH = 200.0;   // a fingertip's width at 500 ppi, pixels
-constexpr int AXIS_MIN_CELLS = 250;       // pieces that vote for the hand's axis
+constexpr double NOMINAL_WIDTH = 200.0; // a fingertip's width at 500 ppi, pixels
+constexpr int AXIS_MIN_CELLS = 250;     // pieces that vote for the hand's axis
 constexpr double AXIS_MIN_ELONGATION = 1.3;
-constexpr double AXIS_MAX_TILT = 55.0;    // degrees off upright that a vote may have
+constexpr double AXIS_MAX_TILT = 55.0;                 // degrees off upright that a vote may have
 constexpr double AXIS_MAX_WIDTH = 1.5 * NOMINAL_WIDTH; // wider pieces hold several fingers or a thumb
-constexpr int SEARCH_TILT = 50;           // trial angles for pieces of touching fingers, either way
+constexpr int SEARCH_TILT = 50;                        // trial angles for pieces of touching fingers, either way
 constexpr int SEARCH_STEP = 2;
 constexpr double RIDGE_AXIS_COHERENCE = 0.15; // ridges this coherent over the pieces suggest an axis...
 constexpr double RIDGE_AXIS_RANGE = 25.0;     // ...and trial angles farther than this from it...
@@ -32,9 +32,9 @@ constexpr int MAX_SPLIT_DEPTH = 3;
 // own angle, up to this many degrees from the hand's.
 constexpr double RESPLIT_MIN_WIDTH = 1.6 * NOMINAL_WIDTH;
 constexpr int RESPLIT_TILT = 30;
-constexpr double THUMB_GAP = 0.5 * NOMINAL_WIDTH;        // two thumbs lie at least this far apart...
-constexpr double THUMB_MIN_WIDTH = 2.0 * NOMINAL_WIDTH;  // ...each wider than this
-constexpr double VALLEY_CAP = 0.75 * NOMINAL_WIDTH; // deeper valleys count no more
+constexpr double THUMB_GAP = 0.5 * NOMINAL_WIDTH;       // two thumbs lie at least this far apart...
+constexpr double THUMB_MIN_WIDTH = 2.0 * NOMINAL_WIDTH; // ...each wider than this
+constexpr double VALLEY_CAP = 0.75 * NOMINAL_WIDTH;     // deeper valleys count no more
 
 // Crease: looked for from this many widths below the top...
 constexpr double CREASE_FROM = 0.7;
@@ -259,8 +259,9 @@ void CutAtCrease(const CellMap& map, const Frame& f, Region& piece, std::vector<
     int cut = -1;
     double least = CREASE_NARROW * typical;
     for (int b = from; b <= to; b++) {
-        const double c = (count[static_cast<std::size_t>(b - 1)] + 2.0 * count[static_cast<std::size_t>(b)] +
-                          count[static_cast<std::size_t>(b + 1)]) / 4.0;
+        const double c = (count[static_cast<std::size_t>(b - 1)] + 2.0 * count[static_cast<std::size_t>(b)]
+                          + count[static_cast<std::size_t>(b + 1)])
+            / 4.0;
         if (c < least) {
             least = c;
             cut = b;
@@ -394,7 +395,8 @@ double HandAngle(const CellMap& map, const std::vector<Region>& regions)
             gyy += map.gyy[static_cast<std::size_t>(i)];
             gxy += map.gxy[static_cast<std::size_t>(i)];
         }
-    const double coherence = gxx + gyy > 0.0 ? std::sqrt((gxx - gyy) * (gxx - gyy) + 4.0 * gxy * gxy) / (gxx + gyy) : 0.0;
+    const double coherence
+        = gxx + gyy > 0.0 ? std::sqrt((gxx - gyy) * (gxx - gyy) + 4.0 * gxy * gxy) / (gxx + gyy) : 0.0;
     const double ridgeAxis = std::fmod(-0.5 * std::atan2(2.0 * gxy, gxx - gyy) * 180.0 / PI + 180.0, 180.0);
     double best = 90.0, bestScore = 0.0;
     // Odd trial angles only: upright, the profile's bins line up with the

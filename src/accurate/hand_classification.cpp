@@ -11,8 +11,8 @@
 namespace accurate {
 namespace {
 
-constexpr double THUMB_WIDTH = 290.0;     // pixels: mean width of two thumbs at least
-constexpr double THUMB_GAP = 1.0;         // or centres this many mean widths apart beyond touching
+constexpr double THUMB_WIDTH = 290.0; // pixels: mean width of two thumbs at least
+constexpr double THUMB_GAP = 1.0;     // or centres this many mean widths apart beyond touching
 constexpr double NOMINAL_WIDTH = 200.0;
 constexpr double CONFIDENCE_SCALE = 60.0; // confidence per unit of layout evidence
 
@@ -36,7 +36,8 @@ void ClassifyHand(const std::vector<Candidate>& chosen, Result& result)
     meanWidth /= n;
     if (n <= 2) {
         const double gap = n == 2 ? std::fabs(chosen[1].u - chosen[0].u) - meanWidth : 0.0;
-        const double thumbness = (meanWidth - THUMB_WIDTH) / 60.0 + (n == 2 ? (gap / meanWidth - THUMB_GAP) * 2.0 : 0.0);
+        const double thumbness
+            = (meanWidth - THUMB_WIDTH) / 60.0 + (n == 2 ? (gap / meanWidth - THUMB_GAP) * 2.0 : 0.0);
         if (thumbness > 0.0) {
             result.hand = HAND_THUMBS;
             result.handConfidence = Clamp100(50.0 + CONFIDENCE_SCALE * thumbness);
@@ -57,8 +58,9 @@ void ClassifyHand(const std::vector<Candidate>& chosen, Result& result)
     if (n == 4) {
         int highest = 0;
         for (int i = 1; i < 4; i++)
-            if (chosen[static_cast<std::size_t>(i)].v + chosen[static_cast<std::size_t>(i)].length / 2.0 >
-                chosen[static_cast<std::size_t>(highest)].v + chosen[static_cast<std::size_t>(highest)].length / 2.0)
+            if (chosen[static_cast<std::size_t>(i)].v + chosen[static_cast<std::size_t>(i)].length / 2.0
+                > chosen[static_cast<std::size_t>(highest)].v
+                    + chosen[static_cast<std::size_t>(highest)].length / 2.0)
                 highest = i;
         evidence += highest == 1 ? 0.5 : (highest == 2 ? -0.5 : 0.0);
     }

@@ -9,13 +9,13 @@
 namespace accurate {
 namespace {
 
-constexpr double NOMINAL_WIDTH = 200.0;                                // pixels at 500 ppi
-constexpr double MIN_AREA = 0.2 * NOMINAL_WIDTH * NOMINAL_WIDTH;        // a whole fingertip covers about 1.4 W^2
-constexpr double MIN_AREA_CUT = 0.1 * NOMINAL_WIDTH * NOMINAL_WIDTH;    // one cut by the image border
-constexpr double MIN_THICKNESS = 0.45 * NOMINAL_WIDTH;                  // narrower side of the piece
-constexpr double MIN_FILL = 0.5;                                        // area / its ellipse
-constexpr double MIN_SHARE_OF_BEST = 0.25;                              // area against the largest kept
-constexpr double PHALANX_OVERLAP = 0.5;                                 // share of the narrower width
+constexpr double NOMINAL_WIDTH = 200.0;                              // pixels at 500 ppi
+constexpr double MIN_AREA = 0.2 * NOMINAL_WIDTH * NOMINAL_WIDTH;     // a whole fingertip covers about 1.4 W^2
+constexpr double MIN_AREA_CUT = 0.1 * NOMINAL_WIDTH * NOMINAL_WIDTH; // one cut by the image border
+constexpr double MIN_THICKNESS = 0.45 * NOMINAL_WIDTH;               // narrower side of the piece
+constexpr double MIN_FILL = 0.5;                                     // area / its ellipse
+constexpr double MIN_SHARE_OF_BEST = 0.25;                           // area against the largest kept
+constexpr double PHALANX_OVERLAP = 0.5;                              // share of the narrower width
 
 double Fill(const Candidate& c)
 {
@@ -44,8 +44,8 @@ std::vector<int> ChooseFingertips(std::vector<Candidate>& candidates, double /*h
         for (const Candidate& high : candidates) {
             if (&high == &low || high.reject || high.v <= low.v)
                 continue;
-            const double overlap = std::min(low.u + low.width / 2, high.u + high.width / 2) -
-                std::max(low.u - low.width / 2, high.u - high.width / 2);
+            const double overlap = std::min(low.u + low.width / 2, high.u + high.width / 2)
+                - std::max(low.u - low.width / 2, high.u - high.width / 2);
             if (overlap > PHALANX_OVERLAP * std::min(low.width, high.width) && low.v + low.length / 2 < high.v) {
                 low.reject = REJECT_PHALANX;
                 break;

@@ -16,14 +16,14 @@
 namespace accurate {
 namespace {
 
-constexpr int SAMPLE_STEP = 2;         // sample every other pixel of a cell, both ways
-constexpr float MIN_CONTRAST = 5.0f;   // gray standard deviation of a window, at least
-constexpr float NOISE_FACTOR = 2.2f;   // and this many times the typical contrast of paper
-constexpr float NOISE_SHARE = 0.2f;    // the paper's contrast: this quantile of all cells
-constexpr float MIN_RATIO = 0.5f;      // squared difference / variance: periods up to about 17 px
-constexpr float MAX_RATIO = 3.1f;      // down to about 5.5 px; white noise gives 4
+constexpr int SAMPLE_STEP = 2;       // sample every other pixel of a cell, both ways
+constexpr float MIN_CONTRAST = 5.0f; // gray standard deviation of a window, at least
+constexpr float NOISE_FACTOR = 2.2f; // and this many times the typical contrast of paper
+constexpr float NOISE_SHARE = 0.2f;  // the paper's contrast: this quantile of all cells
+constexpr float MIN_RATIO = 0.5f;    // squared difference / variance: periods up to about 17 px
+constexpr float MAX_RATIO = 3.1f;    // down to about 5.5 px; white noise gives 4
 constexpr float MIN_COHERENCE = 0.3f;
-constexpr float MIN_DARK = 0.18f;      // (max - mean) / (max - min) of a window
+constexpr float MIN_DARK = 0.18f; // (max - mean) / (max - min) of a window
 constexpr float MAX_DARK = 0.85f;
 
 // Sums over the samples of a cell or a window. Every sum is a whole number
@@ -137,8 +137,7 @@ void FindRidgeCells(const uint8_t* image, int w, int h, CellMap& map)
             const float energy = gxx + gyy;
             map.contrast[i] = std::sqrt(var);
             ratio[i] = var > 0.0f ? energy / n / var : 0.0f;
-            coherence[i] =
-                energy > 0.0f ? std::sqrt((gxx - gyy) * (gxx - gyy) + 4.0f * gxy * gxy) / energy : 0.0f;
+            coherence[i] = energy > 0.0f ? std::sqrt((gxx - gyy) * (gxx - gyy) + 4.0f * gxy * gxy) / energy : 0.0f;
             map.dark[i] = win.hi > win.lo ? (win.hi - mean) / static_cast<float>(win.hi - win.lo) : 0.5f;
         }
 
@@ -157,8 +156,8 @@ void FindRidgeCells(const uint8_t* image, int w, int h, CellMap& map)
     const float minContrast = std::max(MIN_CONTRAST, NOISE_FACTOR * map.noise);
 
     for (std::size_t i = 0; i < cells; i++)
-        map.ridge[i] = map.contrast[i] >= minContrast && ratio[i] >= MIN_RATIO && ratio[i] <= MAX_RATIO &&
-            coherence[i] >= MIN_COHERENCE && map.dark[i] >= MIN_DARK && map.dark[i] <= MAX_DARK;
+        map.ridge[i] = map.contrast[i] >= minContrast && ratio[i] >= MIN_RATIO && ratio[i] <= MAX_RATIO
+            && coherence[i] >= MIN_COHERENCE && map.dark[i] >= MIN_DARK && map.dark[i] <= MAX_DARK;
 }
 
 } // namespace accurate

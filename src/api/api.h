@@ -36,8 +36,7 @@ struct SplitMaps
 // height fit, records, pixel count against the initialised size,
 // initialised, ten finger buffers. Returns KOVRAL_OK or the first failing
 // code. Reads the library state: call it under the state lock (SplitBegin).
-int CheckSplitRequest(unsigned char* img, int w, int h, int outW, int outH, int* pCount,
-                      KOVRAL_INFO_* pInfo);
+int CheckSplitRequest(unsigned char* img, int w, int h, int outW, int outH, int* pCount, KOVRAL_INFO_* pInfo);
 
 // Runs the request checks and, when they pass, takes the maps for one split
 // and sets g_bBusy. Returns KOVRAL_OK, or the failing code with nothing taken

@@ -7,8 +7,7 @@
 #include <cstddef>
 #include <cstring>
 
-void RoatedDrct(signed char* map, int w, int h, signed char /*label*/, tagRECT& /*rect*/, int angle,
-                signed char* out)
+void RoatedDrct(signed char* map, int w, int h, signed char /*label*/, tagRECT& /*rect*/, int angle, signed char* out)
 {
     assert(w > 0 && h > 0);
     const std::size_t cells = static_cast<std::size_t>(w) * static_cast<std::size_t>(h);

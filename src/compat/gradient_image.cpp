@@ -31,9 +31,9 @@ void Sobel(const unsigned char* half, int w, int h, std::int16_t* gradient)
             const int left = std::max(c - 1, 0);
             const int right = std::min(c + 1, w - 1);
             const int gx = (half[At(up, right, w)] + CENTRE_WEIGHT * half[At(r, right, w)] + half[At(down, right, w)])
-                           - (half[At(up, left, w)] + CENTRE_WEIGHT * half[At(r, left, w)] + half[At(down, left, w)]);
+                - (half[At(up, left, w)] + CENTRE_WEIGHT * half[At(r, left, w)] + half[At(down, left, w)]);
             const int gy = (half[At(down, left, w)] + CENTRE_WEIGHT * half[At(down, c, w)] + half[At(down, right, w)])
-                           - (half[At(up, left, w)] + CENTRE_WEIGHT * half[At(up, c, w)] + half[At(up, right, w)]);
+                - (half[At(up, left, w)] + CENTRE_WEIGHT * half[At(up, c, w)] + half[At(up, right, w)]);
             gradient[At(r, c, w)] = static_cast<std::int16_t>((gx < 0 ? -gx : gx) + (gy < 0 ? -gy : gy));
         }
     }

@@ -26,7 +26,7 @@ struct kovral_splitter
     std::unique_ptr<signed char[]> ownDrct;
     std::unique_ptr<signed char[]> ownHole;
 
-    explicit kovral_splitter(WorkMemory::Kind kind) : memory(kind) {}
+    explicit kovral_splitter(WorkMemory::Kind kind) : memory(kind) { }
 };
 
 // Bytes of each block map for images up to w x h pixels.

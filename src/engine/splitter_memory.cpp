@@ -20,7 +20,7 @@ constexpr int MAP_MARGIN = 4;
 std::size_t BlockMapCells(int w, int h)
 {
     return static_cast<std::size_t>((w >> BLOCK_SHIFT) + MAP_MARGIN)
-           * static_cast<std::size_t>((h >> BLOCK_SHIFT) + MAP_MARGIN);
+        * static_cast<std::size_t>((h >> BLOCK_SHIFT) + MAP_MARGIN);
 }
 
 kovral_splitter* NewSplitter(int w, int h)
@@ -39,7 +39,7 @@ kovral_splitter* NewSplitter(int w, int h)
     // smaller images ask less, and finger buffers are no larger than the image.
     WorkMemory& m = s->memory;
     const bool reserved = s->drct != nullptr && s->hole != nullptr && ReserveDirectionMemory(m, w, h)
-                          && ReserveLocateMemory(m, w >> BLOCK_SHIFT, h >> BLOCK_SHIFT) && ReserveCutMemory(m, w, h)
-                          && ReserveCleaningMemory(m, w, h);
+        && ReserveLocateMemory(m, w >> BLOCK_SHIFT, h >> BLOCK_SHIFT) && ReserveCutMemory(m, w, h)
+        && ReserveCleaningMemory(m, w, h);
     return reserved ? s.release() : nullptr;
 }

@@ -46,8 +46,8 @@ void TurnAbout(const unsigned char* img, int w, int h, tagPOINT centre, FixedTur
 
 } // namespace
 
-void CutFingersAbout(const unsigned char* img, int w, int h16, int count, const tagPOINT* centres,
-                     const int* angles, unsigned char bkGray, unsigned char** outBufs, int outW, int outH)
+void CutFingersAbout(const unsigned char* img, int w, int h16, int count, const tagPOINT* centres, const int* angles,
+                     unsigned char bkGray, unsigned char** outBufs, int outW, int outH)
 {
     for (int i = 0; i < count; i++) {
         if (CutAsWindow(angles[i], w, h16, outW, outH)) {

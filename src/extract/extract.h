@@ -39,8 +39,8 @@ bool ReserveCutMemory(WorkMemory& memory, int w, int h);
 // window that WindowStart places for a finger CutAsWindow takes as one, else
 // turned by CutTurn(angle) with bilinear interpolation, bkGray where the
 // turned buffer leaves the image. What it covers is what FingerCorners gives.
-void CutFingersAbout(const unsigned char* img, int w, int h16, int count, const tagPOINT* centres,
-                     const int* angles, unsigned char bkGray, unsigned char** outBufs, int outW, int outH);
+void CutFingersAbout(const unsigned char* img, int w, int h16, int count, const tagPOINT* centres, const int* angles,
+                     unsigned char bkGray, unsigned char** outBufs, int outW, int outH);
 
 // Writes the centre of fingers 0..count-1 into centres: the box's middle row
 // (or an outH window starting 8 pixels above a tall box), and the middle of

@@ -12,8 +12,8 @@ constexpr int WINDOW_LEAD = 8; // a tall box's window starts this far above it
 
 } // namespace
 
-void GetCenter(signed char* work, int bw, int /*bh*/, int count, tagRECT* boxes, int* /*angles*/,
-               signed char* labels, int /*outW*/, int outH, tagPOINT* centres)
+void GetCenter(signed char* work, int bw, int /*bh*/, int count, tagRECT* boxes, int* /*angles*/, signed char* labels,
+               int /*outW*/, int outH, tagPOINT* centres)
 {
     for (int i = 0; i < count; i++) {
         const tagRECT& box = boxes[i];

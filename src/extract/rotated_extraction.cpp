@@ -15,9 +15,9 @@
 
 namespace {
 
-constexpr int WIDTH_ALIGN = 4;        // the turned image's width is a multiple of this
-constexpr int LATTICE = 16;           // the content search tests every 16th row or column
-constexpr int MIN_CONTENT_TOP = 4;    // content is never copied from above this row
+constexpr int WIDTH_ALIGN = 4;     // the turned image's width is a multiple of this
+constexpr int LATTICE = 16;        // the content search tests every 16th row or column
+constexpr int MIN_CONTENT_TOP = 4; // content is never copied from above this row
 constexpr int BILINEAR_SHIFT = 2 * FIXED_SHIFT;
 
 std::size_t Area(int w, int h)
@@ -99,7 +99,8 @@ inline unsigned char Sample(const unsigned char* origin, int w, int u, int v)
     const int p10 = p[w];
     const int p11 = p[w + 1];
     // Every partial sum stays below 255 << 22, inside int.
-    const int e = (p00 * (FIXED_ONE - fx) + p01 * fx) * (FIXED_ONE - fy) + p10 * (FIXED_ONE - fx) * fy + p11 * fx * fy;
+    const int e
+        = (p00 * (FIXED_ONE - fx) + p01 * fx) * (FIXED_ONE - fy) + p10 * (FIXED_ONE - fx) * fy + p11 * fx * fy;
     return static_cast<unsigned char>(e >> BILINEAR_SHIFT);
 }
 
@@ -139,14 +140,14 @@ __attribute__((target("avx2"))) void SampleRunAvx2(const unsigned char* origin, 
         const __m256i lower = _mm256_i32gather_epi32(base, _mm256_add_epi32(at, stride), 1);
         // 16-bit pairs (left, right) of each row against (1 - fx, fx).
         const __m256i weights = _mm256_or_si256(_mm256_sub_epi32(one, fx), _mm256_slli_epi32(fx, 16));
-        const __m256i upperPair
-            = _mm256_or_si256(_mm256_and_si256(upper, lowByte), _mm256_slli_epi32(_mm256_and_si256(upper, secondByte), 8));
-        const __m256i lowerPair
-            = _mm256_or_si256(_mm256_and_si256(lower, lowByte), _mm256_slli_epi32(_mm256_and_si256(lower, secondByte), 8));
+        const __m256i upperPair = _mm256_or_si256(_mm256_and_si256(upper, lowByte),
+                                                  _mm256_slli_epi32(_mm256_and_si256(upper, secondByte), 8));
+        const __m256i lowerPair = _mm256_or_si256(_mm256_and_si256(lower, lowByte),
+                                                  _mm256_slli_epi32(_mm256_and_si256(lower, secondByte), 8));
         const __m256i top = _mm256_madd_epi16(upperPair, weights);
         const __m256i bottom = _mm256_madd_epi16(lowerPair, weights);
-        const __m256i e = _mm256_add_epi32(_mm256_mullo_epi32(top, _mm256_sub_epi32(one, fy)),
-                                           _mm256_mullo_epi32(bottom, fy));
+        const __m256i e
+            = _mm256_add_epi32(_mm256_mullo_epi32(top, _mm256_sub_epi32(one, fy)), _mm256_mullo_epi32(bottom, fy));
         const __m256i level = _mm256_srli_epi32(e, BILINEAR_SHIFT); // 0..255
         const __m128i words = _mm_packus_epi32(_mm256_castsi256_si128(level), _mm256_extracti128_si256(level, 1));
         _mm_storel_epi64(reinterpret_cast<__m128i*>(out + k), _mm_packus_epi16(words, words));
@@ -165,8 +166,14 @@ class Turner
 {
 public:
     Turner(const unsigned char* img, int w, int h, const tagRECT& box, Turn t, TurnedSize size, unsigned char bkGray)
-        : w_(w), t_(t), ow_(size.ow), oh_(size.oh), rw_(box.right - box.left), rh_(box.bottom - box.top),
-          bkGray_(bkGray), origin_(img + Area(w, box.top) + box.left)
+        : w_(w),
+          t_(t),
+          ow_(size.ow),
+          oh_(size.oh),
+          rw_(box.right - box.left),
+          rh_(box.bottom - box.top),
+          bkGray_(bkGray),
+          origin_(img + Area(w, box.top) + box.left)
     {
         // Reading the right and lower neighbours stays inside the image
         // because right <= w - 1 and bottom <= h - 1 after the clamp. The

@@ -17,8 +17,7 @@ constexpr int SAMPLES_PER_SIDE = 3;
 
 } // namespace
 
-int GetBkGray1(const unsigned char* image, int width, int /*height*/, int x, int y, int windowWidth,
-               int windowHeight)
+int GetBkGray1(const unsigned char* image, int width, int /*height*/, int x, int y, int windowWidth, int windowHeight)
 {
     if (windowWidth <= 0 || windowHeight <= 0)
         return 0;

@@ -41,8 +41,7 @@ class Probe
 {
 public:
     Probe(const unsigned char* image, int width, int threshold) : image_(image), width_(width), threshold_(threshold)
-    {
-    }
+    { }
 
     // Number of pixels below the threshold in the window centred on (c, r).
     int DarkCount(int c, int r) const
@@ -79,7 +78,8 @@ public:
         // column are plain vector loads.
         const std::size_t padded = static_cast<std::size_t>(width) + 2 * PROBE_RADIUS + VECTOR;
         WorkLease<unsigned char> columnDark(memory, WorkBuffer::MaskColumnDark, padded);
-        WorkLease<unsigned char> windowDark(memory, WorkBuffer::MaskWindowDark, static_cast<std::size_t>(width) + VECTOR);
+        WorkLease<unsigned char> windowDark(memory, WorkBuffer::MaskWindowDark,
+                                            static_cast<std::size_t>(width) + VECTOR);
         if (!counts_ || !columnDark || !windowDark)
             return;
         ok_ = true;
@@ -246,14 +246,14 @@ bool ReserveMaskMemory(WorkMemory& memory, int width, int height)
     const std::size_t h = static_cast<std::size_t>(height);
     constexpr std::size_t VECTOR = ProbeGrid::VECTOR;
     return memory.Reserve(WorkBuffer::MaskRowBands, sizeof(int) * h)
-           && memory.Reserve(WorkBuffer::MaskColumnBands, sizeof(int) * w)
-           && memory.Reserve(WorkBuffer::MaskRowReach, 2 * sizeof(int) * h)
-           && memory.Reserve(WorkBuffer::MaskColumnReach, 2 * sizeof(int) * w)
-           && memory.Reserve(WorkBuffer::MaskProbeCounts, ProbeGrid::Cells(width, height))
-           && memory.Reserve(WorkBuffer::MaskColumnDark, w + 2 * PROBE_RADIUS + VECTOR)
-           && memory.Reserve(WorkBuffer::MaskWindowDark, w + VECTOR)
-           && memory.Reserve(WorkBuffer::MaskKeepTop, sizeof(std::int16_t) * (w + VECTOR))
-           && memory.Reserve(WorkBuffer::MaskKeepBottom, sizeof(std::int16_t) * (w + VECTOR));
+        && memory.Reserve(WorkBuffer::MaskColumnBands, sizeof(int) * w)
+        && memory.Reserve(WorkBuffer::MaskRowReach, 2 * sizeof(int) * h)
+        && memory.Reserve(WorkBuffer::MaskColumnReach, 2 * sizeof(int) * w)
+        && memory.Reserve(WorkBuffer::MaskProbeCounts, ProbeGrid::Cells(width, height))
+        && memory.Reserve(WorkBuffer::MaskColumnDark, w + 2 * PROBE_RADIUS + VECTOR)
+        && memory.Reserve(WorkBuffer::MaskWindowDark, w + VECTOR)
+        && memory.Reserve(WorkBuffer::MaskKeepTop, sizeof(std::int16_t) * (w + VECTOR))
+        && memory.Reserve(WorkBuffer::MaskKeepBottom, sizeof(std::int16_t) * (w + VECTOR));
 }
 
 void FindTheFpGrad(const unsigned char* source, int width, int height, unsigned char* destination)

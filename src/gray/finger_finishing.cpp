@@ -41,8 +41,9 @@ void WhitenInto(const unsigned char* from, std::size_t size, unsigned char* to)
 
 bool ReserveCleaningMemory(WorkMemory& memory, int width, int height)
 {
-    return memory.Reserve(WorkBuffer::FingerScratch, static_cast<std::size_t>(width) * static_cast<std::size_t>(height))
-           && ReserveMaskMemory(memory, width, height);
+    return memory.Reserve(WorkBuffer::FingerScratch,
+                          static_cast<std::size_t>(width) * static_cast<std::size_t>(height))
+        && ReserveMaskMemory(memory, width, height);
 }
 
 bool CleanFingers(unsigned char* const* fingers, int count, int outW, int outH, const tagPOINT* centres,

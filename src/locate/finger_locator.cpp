@@ -88,7 +88,7 @@ void OrderByTurnedLeft(Slot* slots, int n)
 bool ReserveLocateMemory(WorkMemory& memory, int bw, int bh)
 {
     return memory.Reserve(WorkBuffer::CentredMap, static_cast<std::size_t>(bw) * static_cast<std::size_t>(bh))
-           && memory.Reserve(WorkBuffer::TurnedMap, TurnedMapCells(bw, bh));
+        && memory.Reserve(WorkBuffer::TurnedMap, TurnedMapCells(bw, bh));
 }
 
 int FindFpPos(signed char* map, int bw, int bh, signed char* work, tagRECT* boxes, int* angles, signed char* labels)

@@ -80,8 +80,8 @@ void CloseFpNotch(signed char* work, signed char* map, int bw, int bh, signed ch
             continue;
         // The upward search sees rows already closed in this call.
         const int gap = a + 1;
-        if (!ColumnHolds(work, bw, gap, NOTCH_TOP_SEARCH_ROW, i - 1, label) ||
-            !ColumnHolds(work, bw, gap, i + 1, lastRow, label))
+        if (!ColumnHolds(work, bw, gap, NOTCH_TOP_SEARCH_ROW, i - 1, label)
+            || !ColumnHolds(work, bw, gap, i + 1, lastRow, label))
             continue;
         for (int x = gap; x <= b; x++) {
             row[x] = label;

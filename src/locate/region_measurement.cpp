@@ -26,8 +26,7 @@ bool RowExtent(const signed char* row, int w, signed char label, int& first, int
 {
     const __m128i wanted = _mm_set1_epi8(label);
     const auto matches = [&](int x) {
-        return _mm_movemask_epi8(
-            _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x)), wanted));
+        return _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x)), wanted));
     };
     int x = 0;
     first = -1;

@@ -17,62 +17,62 @@ constexpr double PI = 3.141592653589793;
 // Fingertip outline, relative to the half width a and the length L.
 constexpr int MIN_WIDTH = 8;
 constexpr int MIN_LENGTH = 16;
-constexpr double CAP_RATIO = 1.25;     // height of the rounded top / a
-constexpr double SIDE_TAPER = 0.08;    // the sides narrow by this share of a towards the crease
-constexpr double CREASE_BOW = 30.0;    // pixels: the crease line rises towards the sides
-constexpr double RIM = 6.0;            // pixels over which the outline goes from background to full ink
-constexpr double FADE = 26.0;          // pixels over which the print fades out at the crease
-constexpr double RAGGED = 2.5;         // pixels the outline wanders in and out
+constexpr double CAP_RATIO = 1.25;  // height of the rounded top / a
+constexpr double SIDE_TAPER = 0.08; // the sides narrow by this share of a towards the crease
+constexpr double CREASE_BOW = 30.0; // pixels: the crease line rises towards the sides
+constexpr double RIM = 6.0;         // pixels over which the outline goes from background to full ink
+constexpr double FADE = 26.0;       // pixels over which the print fades out at the crease
+constexpr double RAGGED = 2.5;      // pixels the outline wanders in and out
 constexpr int RAGGED_CELL = 32;
 
 // Ridges.
-constexpr int PORE_CELL = 4;           // pores and ink breaks: value noise of this cell size
-constexpr double PORE_DEPTH = 0.75;    // share of the ridge darkness that a pore takes away
-constexpr double PORE_LEVEL = 0.45;    // noise above this level opens a pore
+constexpr int PORE_CELL = 4;        // pores and ink breaks: value noise of this cell size
+constexpr double PORE_DEPTH = 0.75; // share of the ridge darkness that a pore takes away
+constexpr double PORE_LEVEL = 0.45; // noise above this level opens a pore
 constexpr double PORE_SHARPNESS = 2.5;
-constexpr double DRY_PORE_LEVEL = 0.3;  // a fully dry print opens pores this much sooner
-constexpr double WET_SPREAD = 0.8;      // a fully wet print weighs valley light down by this share
+constexpr double DRY_PORE_LEVEL = 0.3; // a fully dry print opens pores this much sooner
+constexpr double WET_SPREAD = 0.8;     // a fully wet print weighs valley light down by this share
 constexpr double WHORL_SHARE = 0.35;   // shares of the ridge flows; arches take the rest
 constexpr double LOOP_SHARE = 0.5;
 constexpr int MIN_PERIOD = 3;
-constexpr double WOBBLE = 0.35;        // ridges wiggle by up to this share of a period either way
+constexpr double WOBBLE = 0.35; // ridges wiggle by up to this share of a period either way
 constexpr int WOBBLE_CELL = 10;
 
 // Random ranges of the ridge flow (pixels unless stated).
-constexpr double CORE_ACROSS = 0.2;    // core off the axis, either way, share of the half width
-constexpr double CORE_BELOW = 0.12;    // core below / above the centre, share of the length
+constexpr double CORE_ACROSS = 0.2; // core off the axis, either way, share of the half width
+constexpr double CORE_BELOW = 0.12; // core below / above the centre, share of the length
 constexpr double CORE_ABOVE = 0.06;
-constexpr double CORE_TILT = 15.0;     // degrees either way
-constexpr double CORE_LINE_MIN = 8.0;  // whorl: half length of the core line
+constexpr double CORE_TILT = 15.0;    // degrees either way
+constexpr double CORE_LINE_MIN = 8.0; // whorl: half length of the core line
 constexpr double CORE_LINE_MAX = 40.0;
-constexpr double FLATTEN_MIN = 150.0;  // whorl: how far below the core its rings flatten
+constexpr double FLATTEN_MIN = 150.0; // whorl: how far below the core its rings flatten
 constexpr double FLATTEN_MAX = 230.0;
-constexpr double EXIT_MIN = 15.0;      // loop: degrees below the horizontal in which its ridges leave
+constexpr double EXIT_MIN = 15.0; // loop: degrees below the horizontal in which its ridges leave
 constexpr double EXIT_MAX = 35.0;
 constexpr double ARCH_DROP_MIN = 60.0; // arch: the arcs' centre below the fingertip's lower end
 constexpr double ARCH_DROP_MAX = 220.0;
-constexpr double WARP_MIN = 2.0;       // slow waviness: amplitude and wavelength
+constexpr double WARP_MIN = 2.0; // slow waviness: amplitude and wavelength
 constexpr double WARP_MAX = 6.0;
 constexpr double WARP_WAVE_MIN = 70.0;
 constexpr double WARP_WAVE_MAX = 140.0;
 
 // Middle phalanx, below the crease.
-constexpr double CREASE_GAP = 36.0;    // pixels of bare skin between fingertip and phalanx
-constexpr double PHALANX_RATIO = 0.5;  // length / fingertip length
-constexpr double PHALANX_WIDTH = 0.92; // half width / the fingertip's
-constexpr double PHALANX_INK = 0.55;   // its ridges are paler
-constexpr double PHALANX_BOW = 10.0;   // pixels its ridges sag towards the middle
+constexpr double CREASE_GAP = 36.0;         // pixels of bare skin between fingertip and phalanx
+constexpr double PHALANX_RATIO = 0.5;       // length / fingertip length
+constexpr double PHALANX_WIDTH = 0.92;      // half width / the fingertip's
+constexpr double PHALANX_INK = 0.55;        // its ridges are paler
+constexpr double PHALANX_BOW = 10.0;        // pixels its ridges sag towards the middle
 constexpr double PHALANX_PORE_LEVEL = 0.35; // and have more pores
 
 // Smudge.
 constexpr double SMUDGE_RX = 120.0;
 constexpr double SMUDGE_RY = 75.0;
-constexpr double SMUDGE_RAMP = 40.0;   // soft edge, wide enough to show no ridge-like step
+constexpr double SMUDGE_RAMP = 40.0; // soft edge, wide enough to show no ridge-like step
 constexpr double SMUDGE_GRAY = 85.0;
 constexpr double SMUDGE_MOTTLE = 24.0; // gray levels of slow variation inside it
 constexpr int SMUDGE_CELL = 40;
 
-constexpr int WAVE_STEPS = 4096;       // cosine table entries per cycle
+constexpr int WAVE_STEPS = 4096; // cosine table entries per cycle
 constexpr double UINT32_RANGE = 4294967296.0;
 
 // Sine of x radians, |x| <= pi / 2, by its Taylor series: only basic IEEE
@@ -144,7 +144,7 @@ uint32_t Hash(uint32_t x, uint32_t y, uint32_t salt)
 class Rng
 {
 public:
-    Rng(uint32_t seed, uint32_t stream) : state_(Mix(seed ^ Mix(stream + 0x9e3779b9u)) | 1u) {}
+    Rng(uint32_t seed, uint32_t stream) : state_(Mix(seed ^ Mix(stream + 0x9e3779b9u)) | 1u) { }
     uint32_t Next()
     {
         state_ ^= state_ << 13;
@@ -204,9 +204,9 @@ struct Plan
     double period, phase0;
     Flow flow;
     double coreU, coreV, coreCos, coreSin;
-    double coreHalf, flatten;   // whorl
-    double exitU, exitV;        // loop: unit direction in which its ridges leave
-    double archDrop;            // arch: depth of the arcs' centre below the core
+    double coreHalf, flatten; // whorl
+    double exitU, exitV;      // loop: unit direction in which its ridges leave
+    double archDrop;          // arch: depth of the arcs' centre below the core
     double warpAmpU, warpWaveU, warpPhaseU, warpAmpV, warpWaveV, warpPhaseV;
     uint32_t salt;
 };
@@ -433,11 +433,13 @@ void DrawSmudge(const SlapSpec& plan, std::vector<uint8_t>& img)
         double lowest = 0.0;
         for (const Finger& f : plan.fingers) {
             sumX += f.cx;
-            const double reach = std::fabs(SinDeg(f.angle)) * f.length / 2.0 + std::fabs(CosDeg(f.angle)) * f.width / 2.0;
+            const double reach
+                = std::fabs(SinDeg(f.angle)) * f.length / 2.0 + std::fabs(CosDeg(f.angle)) * f.width / 2.0;
             lowest = std::max(lowest, f.cy + reach);
         }
         sx = plan.fingers.empty() ? plan.width / 2.0 : sumX / plan.fingers.size();
-        sy = plan.fingers.empty() ? plan.height / 2.0 : std::min((lowest + plan.height) / 2.0, plan.height - SMUDGE_RY / 2.0);
+        sy = plan.fingers.empty() ? plan.height / 2.0
+                                  : std::min((lowest + plan.height) / 2.0, plan.height - SMUDGE_RY / 2.0);
     }
     const uint32_t salt = Mix(plan.seed ^ 0x5bd1e995u);
     const int x0 = std::max(0, static_cast<int>(sx - SMUDGE_RX));
@@ -518,7 +520,7 @@ SlapSpec FourFingerHand(int width, int height, int tilt, bool rightHand, uint32_
     constexpr double GAP_MAX = 80.0;
     constexpr int PERIOD_MIN = 9;
     constexpr int PERIOD_MAX = 10;
-    constexpr double MARGIN = 24.0;      // the hand keeps this far from the image border
+    constexpr double MARGIN = 24.0; // the hand keeps this far from the image border
     assert(width > 2 * MARGIN && height > 2 * MARGIN);
 
     Rng rng(seed, 2);
@@ -527,7 +529,8 @@ SlapSpec FourFingerHand(int width, int height, int tilt, bool rightHand, uint32_
     for (int i = 0; i < 4; i++) {
         const Digit& n = DIGITS[rightHand ? i : 3 - i];
         d[i] = {n.width * rng.Range(1.0 - SIZE_JITTER, 1.0 + SIZE_JITTER),
-                n.length * rng.Range(1.0 - SIZE_JITTER, 1.0 + SIZE_JITTER), n.drop + rng.Range(-DROP_JITTER, DROP_JITTER)};
+                n.length * rng.Range(1.0 - SIZE_JITTER, 1.0 + SIZE_JITTER),
+                n.drop + rng.Range(-DROP_JITTER, DROP_JITTER)};
     }
     for (double& g : gaps)
         g = gap == -1 ? rng.Range(GAP_MIN, GAP_MAX) : gap;
@@ -588,8 +591,8 @@ SlapSpec FourFingerHand(int width, int height, int tilt, bool rightHand, uint32_
 
 bool WritePgm(const char* path, const Slap& slap)
 {
-    if (!path || slap.width <= 0 || slap.height <= 0 ||
-        slap.pixels.size() != static_cast<size_t>(slap.width) * slap.height)
+    if (!path || slap.width <= 0 || slap.height <= 0
+        || slap.pixels.size() != static_cast<size_t>(slap.width) * slap.height)
         return false;
     FILE* file = std::fopen(path, "wb");
     if (!file)
@@ -640,8 +643,8 @@ bool ReadPgm(const char* path, Slap& slap)
     int width = 0;
     int height = 0;
     int maxval = 0;
-    bool ok = std::fgetc(file) == 'P' && std::fgetc(file) == '5' && PgmNumber(file, width) &&
-              PgmNumber(file, height) && PgmNumber(file, maxval) && width > 0 && height > 0 && maxval == 255;
+    bool ok = std::fgetc(file) == 'P' && std::fgetc(file) == '5' && PgmNumber(file, width) && PgmNumber(file, height)
+        && PgmNumber(file, maxval) && width > 0 && height > 0 && maxval == 255;
     std::vector<uint8_t> pixels;
     if (ok) {
         pixels.resize(static_cast<size_t>(width) * height);

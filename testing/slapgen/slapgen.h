@@ -44,44 +44,44 @@ namespace slapgen {
 
 struct Finger
 {
-    int cx = 0;           // centre of the fingertip, pixels
+    int cx = 0; // centre of the fingertip, pixels
     int cy = 0;
-    int angle = 90;       // axis angle in degrees, 90 upright, below 90 leaning right
-    int width = 220;      // fingertip width, pixels (about 180..260)
-    int length = 380;     // fingertip length, pixels (about 300..450)
-    int period = 9;       // ridge period, pixels (about 8..11)
+    int angle = 90;   // axis angle in degrees, 90 upright, below 90 leaning right
+    int width = 220;  // fingertip width, pixels (about 180..260)
+    int length = 380; // fingertip length, pixels (about 300..450)
+    int period = 9;   // ridge period, pixels (about 8..11)
 };
 
 struct SlapSpec
 {
     int width = 1600;
     int height = 1000;
-    std::vector<Finger> fingers;   // any order; truth comes back left to right; later ones cover earlier ones
-    uint32_t seed = 1;             // ridge flow, ink and noise; the fingers' places and sizes are the plan's
-    int background = 225;          // platen gray (about 200..245)
-    int ridge = 60;                // ridge gray (about 30..90)
-    int valley = 190;              // valley gray inside the finger
-    int noise = 4;                 // amplitude of uniform noise over the whole image, gray levels
-    bool smudge = false;           // a dark untextured blot, with soft edges, drawn under the fingers
-    int smudgeX = -1;              // its centre; either negative: centred under the fingers, half-way
-    int smudgeY = -1;              // between their lowest reach and the bottom edge
-    bool phalanges = false;        // also draw each finger's middle phalanx below the crease (not in the truth)
-    int dry = 0;                   // 0..100: a dry print, ridges broken into more and longer ink breaks
-    int wet = 0;                   // 0..100: a wet print, ink spreading from the ridges into the valleys
+    std::vector<Finger> fingers; // any order; truth comes back left to right; later ones cover earlier ones
+    uint32_t seed = 1;           // ridge flow, ink and noise; the fingers' places and sizes are the plan's
+    int background = 225;        // platen gray (about 200..245)
+    int ridge = 60;              // ridge gray (about 30..90)
+    int valley = 190;            // valley gray inside the finger
+    int noise = 4;               // amplitude of uniform noise over the whole image, gray levels
+    bool smudge = false;         // a dark untextured blot, with soft edges, drawn under the fingers
+    int smudgeX = -1;            // its centre; either negative: centred under the fingers, half-way
+    int smudgeY = -1;            // between their lowest reach and the bottom edge
+    bool phalanges = false;      // also draw each finger's middle phalanx below the crease (not in the truth)
+    int dry = 0;                 // 0..100: a dry print, ridges broken into more and longer ink breaks
+    int wet = 0;                 // 0..100: a wet print, ink spreading from the ridges into the valleys
 };
 
 struct Truth
 {
-    int cx, cy, angle;             // as in the plan
-    int left, top, right, bottom;  // box of the fingertip, right/bottom one past; all 0 when it lies outside
+    int cx, cy, angle;            // as in the plan
+    int left, top, right, bottom; // box of the fingertip, right/bottom one past; all 0 when it lies outside
 };
 
 struct Slap
 {
     int width = 0;
     int height = 0;
-    std::vector<uint8_t> pixels;   // width x height, row-major
-    std::vector<Truth> truth;      // left to right by cx (ties: top to bottom by cy)
+    std::vector<uint8_t> pixels; // width x height, row-major
+    std::vector<Truth> truth;    // left to right by cx (ties: top to bottom by cy)
 };
 
 // Draws the slap described by plan. Truth boxes are the axis-aligned bounds,

@@ -60,7 +60,8 @@ TEST(RidgeCells, TellsRidgesFromOtherTexture)
         // A pen stroke across white paper: mostly paper.
         {"pen stroke", [](int x, int) { return std::abs(x - 48) <= 1 ? 30 : 235; }, false},
         // A punched hole: black with one round edge.
-        {"punched hole", [](int x, int y) { return (x - 30) * (x - 30) + (y - 30) * (y - 30) < 1600 ? 5 : 235; }, false},
+        {"punched hole", [](int x, int y) { return (x - 30) * (x - 30) + (y - 30) * (y - 30) < 1600 ? 5 : 235; },
+         false},
     };
     for (const Row& row : rows) {
         const std::vector<uint8_t> img = Draw(row.gray);
@@ -98,9 +99,9 @@ struct SlapCase
 {
     const char* what;
     slapgen::SlapSpec plan;
-    int fingers;    // expected count
-    int hand;       // expected hand, or -1 when not checked
-    uint32_t flags; // a flag some finger must carry
+    int fingers;        // expected count
+    int hand;           // expected hand, or -1 when not checked
+    uint32_t flags;     // a flag some finger must carry
     double centre = 40; // largest centre error, pixels
     int angle = 8;      // largest angle error, degrees
 };
@@ -188,16 +189,14 @@ TEST(Locate, ReportsNothingWithoutFingers)
         const char* what;
         int w, h, gray, noise;
     } rows[] = {
-        {"white", 800, 600, 240, 0},
-        {"black", 800, 600, 0, 0},
-        {"noisy paper", 800, 600, 200, 30},
-        {"smaller than a cell", 7, 7, 128, 0},
-        {"one cell", 8, 8, 128, 0},
+        {"white", 800, 600, 240, 0},           {"black", 800, 600, 0, 0},  {"noisy paper", 800, 600, 200, 30},
+        {"smaller than a cell", 7, 7, 128, 0}, {"one cell", 8, 8, 128, 0},
     };
     for (const Row& row : rows) {
         std::vector<uint8_t> img(static_cast<std::size_t>(row.w) * row.h);
         for (int i = 0; i < row.w * row.h; i++)
-            img[static_cast<std::size_t>(i)] = static_cast<uint8_t>(std::clamp(row.gray + Noise(i % row.w, i / row.w, row.noise), 0, 255));
+            img[static_cast<std::size_t>(i)]
+                = static_cast<uint8_t>(std::clamp(row.gray + Noise(i % row.w, i / row.w, row.noise), 0, 255));
         accurate::Result r;
         ASSERT_TRUE(accurate::Locate(img.data(), row.w, row.h, r)) << row.what;
         EXPECT_EQ(r.count, 0) << row.what;

@@ -79,7 +79,7 @@ TEST(AllocationFailure, EachAllocationOfASplit)
             happened = fail.Happened();
         }
         if (!happened)
-            break;  // past the last allocation of a split
+            break; // past the last allocation of a split
         if (rc == KOVRAL_ENOMEM) {
             outOfMemory++;
             EXPECT_EQ(failedCount, 2) << "allocation " << n;

@@ -52,17 +52,17 @@ TEST_F(BmpWriter, WholeFiles)
         int w, h;
         size_t fileSize;
     } cases[] = {
-        {4, 4, 1094},  // smallest image, no padding
-        {5, 4, 1110},  // three padding bytes per row
-        {6, 5, 1118},  // two padding bytes
+        {4, 4, 1094}, // smallest image, no padding
+        {5, 4, 1110}, // three padding bytes per row
+        {6, 5, 1118}, // two padding bytes
         {256, 360, 1078 + 92160},
     };
-    KOVRAL_Uninit();  // the writer needs no initialisation
+    KOVRAL_Uninit(); // the writer needs no initialisation
     for (const auto& c : cases) {
         Bytes img(c.w * c.h);
         for (size_t i = 0; i < img.size(); i++)
-            img[i] = static_cast<unsigned char>(i * 7 + i / c.w);  // rows differ: catches row order
-        ASSERT_EQ(KOVRAL_SaveToBmp(img.data(), c.w, c.h, path.c_str()), KOVRAL_OK);  // replaces the last one
+            img[i] = static_cast<unsigned char>(i * 7 + i / c.w);                   // rows differ: catches row order
+        ASSERT_EQ(KOVRAL_SaveToBmp(img.data(), c.w, c.h, path.c_str()), KOVRAL_OK); // replaces the last one
         const Bytes file = ReadBytes(path);
         EXPECT_EQ(file.size(), c.fileSize) << c.w << "x" << c.h;
         EXPECT_EQ(file, ExpectedFile(img, c.w, c.h)) << c.w << "x" << c.h;
@@ -78,11 +78,8 @@ TEST_F(BmpWriter, RefusalsCreateNoFile)
         int w, h;
         const char* path;
     } refused[] = {
-        {nullptr, 4, 4, path.c_str()},
-        {img.data(), 3, 4, path.c_str()},
-        {img.data(), 4, 3, path.c_str()},
-        {img.data(), -4, 4, path.c_str()},
-        {img.data(), 4, 4, nullptr},
+        {nullptr, 4, 4, path.c_str()},     {img.data(), 3, 4, path.c_str()}, {img.data(), 4, 3, path.c_str()},
+        {img.data(), -4, 4, path.c_str()}, {img.data(), 4, 4, nullptr},
     };
     for (const auto& c : refused) {
         EXPECT_EQ(KOVRAL_SaveToBmp(c.img, c.w, c.h, c.path), KOVRAL_EINVAL) << c.w << "x" << c.h;

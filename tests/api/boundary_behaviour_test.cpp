@@ -40,7 +40,7 @@ TEST(Boundary, SplitNeverReadsReserved)
 // result is still 1 (write results are not examined once the file is open).
 TEST(Boundary, OversizedBmpWrapsItsSizeFields)
 {
-    constexpr int SIDE = 65536;  // stride x height = 2^32: both size fields wrap
+    constexpr int SIDE = 65536; // stride x height = 2^32: both size fields wrap
     constexpr uint64_t PIXELS = uint64_t{SIDE} * SIDE;
     constexpr uint32_t PIXEL_OFFSET = 1078;
     constexpr size_t HEADERS = 54;
@@ -70,7 +70,8 @@ TEST(Boundary, OversizedBmpWrapsItsSizeFields)
 
     EXPECT_EQ(rc, KOVRAL_OK);
     ASSERT_EQ(got, HEADERS);
-    auto field = [&](int at) { return head[at] | head[at + 1] << 8 | head[at + 2] << 16 | uint32_t{head[at + 3]} << 24; };
+    auto field
+        = [&](int at) { return head[at] | head[at + 1] << 8 | head[at + 2] << 16 | uint32_t{head[at + 3]} << 24; };
     EXPECT_EQ(field(2), PIXEL_OFFSET) << "file size 2^32 + 1078, modulo 2^32";
     EXPECT_EQ(field(34), 0u) << "pixel data size 2^32, modulo 2^32";
     EXPECT_EQ(field(18), static_cast<uint32_t>(SIDE));

@@ -21,7 +21,7 @@ struct Records
 
 struct HandJudgement : ::testing::Test
 {
-    void SetUp() override { KOVRAL_Init(1600, 1500); }  // the corner is (0, 1500)
+    void SetUp() override { KOVRAL_Init(1600, 1500); } // the corner is (0, 1500)
     void TearDown() override { KOVRAL_Uninit(); }
 };
 
@@ -53,7 +53,7 @@ TEST_F(HandJudgement, CountBeforeState)
     Records four{{300, 700, 90}, {600, 600, 90}, {900, 650, 90}, {1200, 800, 90}};
     const int counts[] = {3, 2, 5, 4, 3};
     KOVRAL_INFO_* records[] = {four.r, four.r, four.r, nullptr, nullptr};
-    const int initialised[] = {-1, -1, -1, -1, -1};  // three are turned but never judged
+    const int initialised[] = {-1, -1, -1, -1, -1}; // three are turned but never judged
     const int uninitialised[] = {-2, -1, -1, -2, -2};
     for (int i = 0; i < 5; i++)
         EXPECT_EQ(KOVRAL_JudegeFingers(counts[i], records[i]), initialised[i]) << i;
@@ -67,7 +67,7 @@ TEST_F(HandJudgement, TurnAboutTheCorner)
     const struct
     {
         const char* what;
-        std::array<int, 3> in, out;  // x, y, angle of all four records
+        std::array<int, 3> in, out; // x, y, angle of all four records
     } cases[] = {
         {"no turn keeps the centre", {300, 1000, 90}, {300, 1000, 90}},
         {"quarter turn", {300, 1000, 0}, {-500, 1200, 90}},
@@ -94,9 +94,9 @@ TEST_F(HandJudgement, MeanAngleAndExtremes)
     {
         int angles[4], turnedFirst;
     } cases[] = {
-        {{100, 100, 100, 101}, 90},                    // mean 100.25 -> 100
-        {{-1, -1, -1, -2}, 90},                        // mean -1.25 -> -1
-        {{INT_MAX, INT_MAX, INT_MAX, INT_MAX}, INT_MIN + 90},  // sum wraps to -4: turn 91
+        {{100, 100, 100, 101}, 90},                           // mean 100.25 -> 100
+        {{-1, -1, -1, -2}, 90},                               // mean -1.25 -> -1
+        {{INT_MAX, INT_MAX, INT_MAX, INT_MAX}, INT_MIN + 90}, // sum wraps to -4: turn 91
     };
     for (const auto& c : cases) {
         KOVRAL_INFO_ in[4] = {}, out[4] = {};

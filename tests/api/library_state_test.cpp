@@ -30,7 +30,7 @@ TEST_F(LibraryState, InitOnceUninitReleases)
     KOVRAL_Init(800, 600);
     ASSERT_TRUE(g_bInit);
     const int mapBytes = (800 / 16 + 4) * (600 / 16 + 4);
-    g_pDrct[mapBytes - 1] = g_pHoleDrct[mapBytes - 1] = 1;  // the maps hold that much
+    g_pDrct[mapBytes - 1] = g_pHoleDrct[mapBytes - 1] = 1; // the maps hold that much
     signed char* maps = g_pDrct;
     KOVRAL_Init(1600, 1500);
     EXPECT_EQ(g_pDrct, maps) << "a second Init changes nothing";
@@ -41,7 +41,7 @@ TEST_F(LibraryState, InitOnceUninitReleases)
     EXPECT_EQ(g_pDrct, nullptr);
     EXPECT_EQ(g_pHoleDrct, nullptr);
     EXPECT_EQ(g_ImgW * g_ImgH, 800 * 600) << "sizes survive Uninit";
-    KOVRAL_Uninit();  // twice: nothing happens
+    KOVRAL_Uninit(); // twice: nothing happens
     EXPECT_EQ(Split(), KOVRAL_ENOTINIT);
 }
 
@@ -57,13 +57,13 @@ TEST_F(LibraryState, OddInitSizes)
         int split800x600;
     } cases[] = {
         {0, 0, false, KOVRAL_ENOTINIT},
-        {-1600, -1500, false, KOVRAL_ENOTINIT},  // the product would look positive
+        {-1600, -1500, false, KOVRAL_ENOTINIT}, // the product would look positive
         {1600, -1, false, KOVRAL_ENOTINIT},
-        {65536, 65536, true, KOVRAL_EINVAL},     // product wraps to 0: nothing fits
-        {100000, 30000, true, KOVRAL_EINVAL},    // wraps negative
-        {70000, 70000, true, KOVRAL_OK},         // wraps to 605,032,704: 800 x 600 fits
+        {65536, 65536, true, KOVRAL_EINVAL},  // product wraps to 0: nothing fits
+        {100000, 30000, true, KOVRAL_EINVAL}, // wraps negative
+        {70000, 70000, true, KOVRAL_OK},      // wraps to 605,032,704: 800 x 600 fits
     };
-    KOVRAL_Init(1600, 1500);  // an earlier allocation: refused Inits keep its sizes
+    KOVRAL_Init(1600, 1500); // an earlier allocation: refused Inits keep its sizes
     for (const auto& c : cases) {
         KOVRAL_Uninit();
         EXPECT_EQ(KOVRAL_Init(c.w, c.h), KOVRAL_OK);
@@ -81,10 +81,10 @@ TEST_F(LibraryState, UninitHandsMapsToARunningSplit)
     KOVRAL_Init(800, 600);
     SplitMaps maps{};
     ASSERT_EQ(SplitBegin(image.data(), 800, 600, 320, 480, &count, info, maps), KOVRAL_OK);
-    KOVRAL_Uninit();  // gives up waiting after about a second
+    KOVRAL_Uninit(); // gives up waiting after about a second
     EXPECT_FALSE(g_bInit);
     EXPECT_EQ(g_pDrct, nullptr);
-    std::fill(maps.drct, maps.drct + (800 / 16) * (600 / 16), 1);  // still the split's to use
+    std::fill(maps.drct, maps.drct + (800 / 16) * (600 / 16), 1); // still the split's to use
     std::fill(maps.hole, maps.hole + (800 / 16) * (600 / 16), 1);
     EXPECT_EQ(SplitEnd(maps, KOVRAL_OK), KOVRAL_OK);
 

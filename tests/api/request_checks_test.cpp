@@ -77,7 +77,7 @@ TEST(RequestCheckState, PixelCountAgainstInitialisedSize)
 {
     KOVRAL_Uninit();
     const int savedW = g_ImgW, savedH = g_ImgH;
-    g_ImgW = g_ImgH = 0;  // as before the first Init
+    g_ImgW = g_ImgH = 0; // as before the first Init
     EXPECT_EQ(Request(800, 600, 320, 480).Split(), KOVRAL_EINVAL) << "the maximum is 0 x 0 before the first Init";
     g_ImgW = savedW, g_ImgH = savedH;
 
@@ -85,12 +85,12 @@ TEST(RequestCheckState, PixelCountAgainstInitialisedSize)
     EXPECT_EQ(Request(1600, 900, 320, 480).Split(), KOVRAL_OK) << "wider, but 1,440,000 pixels fit";
     Request tooMany(1600, 1000, 320, 480);
     EXPECT_EQ(tooMany.Split(), KOVRAL_EINVAL);
-    KOVRAL_Init(1600, 1500);  // already initialised: nothing changes
+    KOVRAL_Init(1600, 1500); // already initialised: nothing changes
     EXPECT_EQ(tooMany.Split(), KOVRAL_EINVAL);
 
     KOVRAL_Uninit();
     Request after(800, 600, 320, 480);
-    after.info[9].pFpImg = nullptr;  // the buffers are checked after the state
+    after.info[9].pFpImg = nullptr; // the buffers are checked after the state
     EXPECT_EQ(after.Split(), KOVRAL_ENOTINIT) << "the old maximum stays after Uninit";
     EXPECT_TRUE(after.Untouched());
 }

@@ -147,11 +147,14 @@ std::string FirstDifferenceFromReference(const slapgen::Slap& slap, int outW, in
         const auto diff = std::mismatch(buffers[i].begin(), buffers[i].end(), fast.buffers[i].begin());
         if (diff.first != buffers[i].end()) {
             const long at = diff.first - buffers[i].begin();
-            std::snprintf(line, sizeof line, "finger %d differs from the reference cut at byte %ld (row %ld, column %ld): %d, reference %d",
-                          i, at, at / outW, at % outW, *diff.second, *diff.first);
+            std::snprintf(
+                line, sizeof line,
+                "finger %d differs from the reference cut at byte %ld (row %ld, column %ld): %d, reference %d", i, at,
+                at / outW, at % outW, *diff.second, *diff.first);
             return line;
         }
-        if (centres[i].x != fast.info[i].x || centres[i].y != fast.info[i].y || info[i].quality != fast.info[i].quality) {
+        if (centres[i].x != fast.info[i].x || centres[i].y != fast.info[i].y
+            || info[i].quality != fast.info[i].quality) {
             std::snprintf(line, sizeof line, "finger %d record differs from the reference stages", i);
             return line;
         }
@@ -166,6 +169,7 @@ TEST(SplitGolden, FixedSlaps)
     smudged.phalanges = true;
     slapgen::SlapSpec single;
     single.width = 640, single.height = 727, single.fingers = {{300, 360, 131, 210, 360}};
+    // clang-format off
     const struct
     {
         const char* what;
@@ -221,6 +225,7 @@ TEST(SplitGolden, FixedSlaps)
          5705761865780279906ull,
          10086529947937843854ull},
     };
+    // clang-format on
     KOVRAL_Init(1600, 1500);
     for (size_t k = 0; k < std::size(cases); k++) {
         const auto& c = cases[k];

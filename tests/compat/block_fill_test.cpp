@@ -14,7 +14,11 @@ TEST(BlockFill, ImgBlockSet)
         return img;
     };
     // Shown as rows of 8.
-    EXPECT_EQ(filled(2, 1, 3, 2, 5), ".......#" "##..###." "........" "........"); // stride 5
+    EXPECT_EQ(filled(2, 1, 3, 2, 5),
+              ".......#"
+              "##..###."
+              "........"
+              "........"); // stride 5
     EXPECT_EQ(filled(2, 1, 4, 0, 8), std::string(32, '.'));
     EXPECT_EQ(filled(2, 1, -4, 2, 8), std::string(32, '.')); // a negative width writes nothing
 }
@@ -27,6 +31,15 @@ TEST(BlockFill, DelUseless)
         DelUseless(reinterpret_cast<unsigned char*>(img.data()), w, h, mask.data(), '#');
         return img;
     };
-    EXPECT_EQ(blanked(4, 4, {255, 254, 1, 255}), "##.." "##.." "..##" "..##" "...."); // only 255 blanks
-    EXPECT_EQ(blanked(3, 3, {0, 255, 255, 255}), "..#" "..#" "###" "..."); // odd sides: the last cells are cut
+    EXPECT_EQ(blanked(4, 4, {255, 254, 1, 255}),
+              "##.."
+              "##.."
+              "..##"
+              "..##"
+              "...."); // only 255 blanks
+    EXPECT_EQ(blanked(3, 3, {0, 255, 255, 255}),
+              "..#"
+              "..#"
+              "###"
+              "..."); // odd sides: the last cells are cut
 }

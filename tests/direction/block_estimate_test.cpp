@@ -34,7 +34,10 @@ std::vector<unsigned char> Placed(int rowHits, int colHits, int step)
 
 TEST(BlockEstimate, Thresholds)
 {
-    struct Case { int rowHits, colHits, step, expected; };
+    struct Case
+    {
+        int rowHits, colHits, step, expected;
+    };
     const Case cases[] = {
         {40, 0, 21, 0},   // 40 row hits alone are not enough
         {41, 0, 21, 1},   // 41 are

@@ -47,14 +47,20 @@ struct Image
 // pixel further left.
 TEST(DirectionScan, ProbesAndTheCellsTheyOpen)
 {
-    const struct { int w, h; Blocks textured, expected; } cases[] = {
+    const struct
+    {
+        int w, h;
+        Blocks textured, expected;
+    } cases[] = {
         {160, 128, {{6, 2}}, {}},       // one probe column: (96, 32) is not probed
         {161, 128, {{6, 2}}, {{6, 2}}}, // two
         {128, 160, {{2, 6}}, {}},       // one probe row
         {128, 161, {{2, 6}}, {{2, 6}}}, // two
         {320, 96, {{2, 2}}, {}},        // no probe row at all
         // Probe hit (6, 6) opens its cell and the eight around it; blocks two cells away stay 0.
-        {320, 320, {{6, 6}, {4, 4}, {0, 0}, {11, 3}, {7, 11}, {12, 6}, {6, 13}, {19, 19}, {13, 0}},
+        {320,
+         320,
+         {{6, 6}, {4, 4}, {0, 0}, {11, 3}, {7, 11}, {12, 6}, {6, 13}, {19, 19}, {13, 0}},
          {{6, 6}, {4, 4}, {0, 0}, {11, 3}, {7, 11}}},
         // The rightmost 10 columns lie in no block; block column 19 is tested at its own place.
         {330, 256, {{14, 2}, {19, 0}}, {{14, 2}, {19, 0}}},
@@ -76,7 +82,11 @@ TEST(DirectionScan, ProbesAndTheCellsTheyOpen)
 // from h - 17 holds all three.
 TEST(DirectionScan, LastRowAndColumn)
 {
-    const struct { int h, probeX; Blocks expected; } cases[] = {
+    const struct
+    {
+        int h, probeX;
+        Blocks expected;
+    } cases[] = {
         {368, 224, {{14, 18}, {19, 21}, {8, 22}, {19, 22}}}, // last row from 351, last column from 303
         {359, 224, {{14, 18}, {19, 21}, {8, 22}, {19, 22}}}, // 7 rows left over: no second test
         {360, 224, {{14, 18}, {19, 21}, {0, 22}, {8, 22}}},  // 8: tested again everywhere, from x 16C

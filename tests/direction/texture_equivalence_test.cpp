@@ -20,9 +20,9 @@ TEST(TextureEquivalence, BlocksAroundEveryLimit)
     std::vector<unsigned char> img(W * H);
     int decided[2] = {0, 0};
     for (int round = 0; round < 4000; round++) {
-        const int step = 19 + static_cast<int>(rng() % 4);   // 19..22: around the smallest counted step
+        const int step = 19 + static_cast<int>(rng() % 4); // 19..22: around the smallest counted step
         const int base = round % 3 == 0 ? 0 : round % 3 == 1 ? 255 - step : static_cast<int>(rng() % (256 - step));
-        const unsigned share = rng() % 101;                   // percent of pixels at base + step
+        const unsigned share = rng() % 101; // percent of pixels at base + step
         const bool noise = round % 17 == 0;
         for (auto& p : img)
             p = static_cast<unsigned char>(noise ? rng() : rng() % 100 < share ? base + step : base);

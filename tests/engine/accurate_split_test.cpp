@@ -59,10 +59,10 @@ TEST(AccurateSplit, ReportsFingertipsHandAndFlags)
     {
         const char* what;
         slapgen::SlapSpec plan;
-        int fingers;          // expected count
-        int hand;             // expected hand
-        uint32_t flag;        // a flag some finger carries (0: none checked)
-        uint32_t deficiency;  // a deficiency the report carries (0: none checked)
+        int fingers;         // expected count
+        int hand;            // expected hand
+        uint32_t flag;       // a flag some finger carries (0: none checked)
+        uint32_t deficiency; // a deficiency the report carries (0: none checked)
     } rows[] = {
         // An upright right hand and a tilted left one: four fingertips, the hand told.
         {"right hand upright", slapgen::FourFingerHand(1600, 1000, 0, true, 11), 4, KOVRAL_HAND_RIGHT, 0, 0},

@@ -81,7 +81,7 @@ TEST_F(SplitterTest, RefusedRequestsWriteNothing)
         kovral_splitter* splitter;
         int w, h;
         kovral_split_options options;
-        int nullBuffer;  // index of a finger without a buffer, or -1
+        int nullBuffer; // index of a finger without a buffer, or -1
         int rc;
     } rows[] = {
         {"no splitter", nullptr, 800, 600, ok, -1, KOVRAL_EINVAL},
@@ -136,9 +136,9 @@ TEST_F(SplitterTest, ExactReport)
             records[i].x = out.fingers[i].x, records[i].y = out.fingers[i].y, records[i].angle = out.fingers[i].angle;
         }
         const int judged = out.count == 4 ? KOVRAL_JudegeFingers(4, records) : KOVRAL_EINVAL;
-        const int hand = judged == KOVRAL_JUDGE_LEFT    ? KOVRAL_HAND_RIGHT
-                         : judged == KOVRAL_JUDGE_RIGHT ? KOVRAL_HAND_LEFT
-                                                        : KOVRAL_HAND_UNKNOWN;
+        const int hand = judged == KOVRAL_JUDGE_LEFT ? KOVRAL_HAND_RIGHT
+            : judged == KOVRAL_JUDGE_RIGHT           ? KOVRAL_HAND_LEFT
+                                                     : KOVRAL_HAND_UNKNOWN;
         EXPECT_EQ(report.hand, hand) << c.what;
         EXPECT_EQ(report.hand_confidence, hand == KOVRAL_HAND_UNKNOWN ? 0 : 100) << c.what;
         EXPECT_EQ(report.deficiencies, 0u) << c.what;

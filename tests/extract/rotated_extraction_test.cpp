@@ -23,21 +23,31 @@ TEST(RotatedExtraction, ClampAndEmptyBox)
 // rows put the centre on row cy; x0 -1: turned; -2: nothing copied.
 TEST(RotatedExtraction, PlainWindow)
 {
-    const struct { int w, h, outW, outH, angle, labelCol, cy, x0, y0; } rows[] = {
+    const struct
+    {
+        int w, h, outW, outH, angle, labelCol, cy, x0, y0;
+    } rows[] = {
         // Within 4 degrees of upright; just beyond.
-        {640, 480, 256, 360, 86, 8, 190, 8, 10}, {640, 480, 256, 360, 94, 8, 190, 8, 10},
-        {640, 480, 256, 360, 85, 8, 190, -1, 0}, {640, 480, 256, 360, 95, 8, 190, -1, 0},
+        {640, 480, 256, 360, 86, 8, 190, 8, 10},
+        {640, 480, 256, 360, 94, 8, 190, 8, 10},
+        {640, 480, 256, 360, 85, 8, 190, -1, 0},
+        {640, 480, 256, 360, 95, 8, 190, -1, 0},
         // Steep: turned by 45. outW == w: plain, 8 steps back to -1, held at 0.
-        {640, 480, 256, 360, 150, 8, 190, -1, 0}, {256, 480, 256, 360, 30, 8, 190, 0, 10},
+        {640, 480, 256, 360, 150, 8, 190, -1, 0},
+        {256, 480, 256, 360, 30, 8, 190, 0, 10},
         // outH == h: the same for rows. 568 reaches the end (>= 544): one short of the last fit.
-        {640, 368, 256, 368, 30, 8, 190, 8, 0}, {800, 480, 256, 360, 90, 43, 200, 543, 20},
+        {640, 368, 256, 368, 30, 8, 190, 8, 0},
+        {800, 480, 256, 360, 90, 43, 200, 543, 20},
         // 552 == w - outW would fit exactly, still 551; 472 fits, but 120 == h - outH steps back to 119.
-        {808, 480, 256, 360, 90, 42, 290, 551, 110}, {800, 480, 256, 360, 90, 37, 300, 472, 119},
+        {808, 480, 256, 360, 90, 42, 290, 551, 110},
+        {800, 480, 256, 360, 90, 37, 300, 472, 119},
         // Before the start, both ways; a window taller than the image.
-        {800, 480, 256, 360, 90, 6, 100, 0, 0}, {640, 352, 256, 360, 90, 20, 200, -2, 0},
+        {800, 480, 256, 360, 90, 6, 100, 0, 0},
+        {640, 352, 256, 360, 90, 20, 200, -2, 0},
     };
     for (const auto& r : rows) {
-        const Buf out = Cut(r.w, r.h, {0, r.cy - 50, 200, r.cy + 50}, r.angle, r.outW, r.outH, PATTERN, r.labelCol).out;
+        const Buf out
+            = Cut(r.w, r.h, {0, r.cy - 50, 200, r.cy + 50}, r.angle, r.outW, r.outH, PATTERN, r.labelCol).out;
         Buf expected(r.outW * r.outH, UNTOUCHED);
         for (int i = 0; r.x0 >= 0 && i < r.outW * r.outH; i++)
             expected[i] = static_cast<unsigned char>(PATTERN(r.x0 + i % r.outW, r.y0 + i / r.outW));
@@ -83,7 +93,10 @@ TEST(RotatedExtraction, ContentOffTheLattice)
 TEST(RotatedExtraction, TurnedBufferSize)
 {
     const auto dot = [](int x, int y) { return x == 190 && y == 290 ? 0 : BK; };
-    const struct { int angle, outH, at; } rows[] = {{120, 360, 34 * 300 + 256}, {60, 361, 35 * 300 + 256}};
+    const struct
+    {
+        int angle, outH, at;
+    } rows[] = {{120, 360, 34 * 300 + 256}, {60, 361, 35 * 300 + 256}};
     for (const auto& r : rows) {
         const Buf out = Cut(400, 592, {40, 40, 340, 540}, r.angle, 300, r.outH, dot).out;
         // The dot, the smear above it and fill above that.
@@ -99,12 +112,23 @@ TEST(RotatedExtraction, BilinearRamp)
     const auto ramp = [](int x, int y) { return 20 + 10 * (x - 100) + 3 * (y - 100); }; // read only inside the box
     const Buf out = Cut(320, 400, {100, 100, 109, 109}, 120, 272, 368, ramp).out;
     // Cell (X, Y) and its value; in the comments the sample point (u, v) in the box, in 1/2048 pixel.
-    const struct { int x, y, value; } rows[] = {
+    const struct
+    {
+        int x, y, value;
+    } rows[] = {
         // (8192, 8192) the box centre; (9966, 7168); (9216, 9966); (15562, 8668); (8668, 822).
-        {0, 0, 72}, {1, 0, 79}, {0, -1, 79}, {3, -2, 108}, {2, 3, 63},
+        {0, 0, 72},
+        {1, 0, 79},
+        {0, -1, 79},
+        {3, -2, 108},
+        {2, 3, 63},
         // (17062, 3072) in the last column; (13312, 17062) in the last row; (-678, 13312) before the first
         // column; (3072, -678) above the first row; (18836, 2048) past the last column.
-        {5, 0, 107}, {0, -5, 109}, {-5, 0, BK}, {0, 5, BK}, {6, 0, BK},
+        {5, 0, 107},
+        {0, -5, 109},
+        {-5, 0, BK},
+        {0, 5, BK},
+        {6, 0, BK},
     };
     for (const auto& r : rows)
         EXPECT_EQ(out[(182 - r.y) * 272 + 136 + r.x], r.value) << r.x << "," << r.y;

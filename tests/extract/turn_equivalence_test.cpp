@@ -19,7 +19,14 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 
 // How the image of a case is filled.
-enum class Content { NOISE, BLACK, WHITE, CHECKER, RAMP };
+enum class Content
+{
+    NOISE,
+    BLACK,
+    WHITE,
+    CHECKER,
+    RAMP
+};
 
 struct Case
 {
@@ -37,11 +44,22 @@ Bytes Image(const Case& c, std::mt19937& rng)
     for (std::size_t i = 0; i < img.size(); i++) {
         const int x = static_cast<int>(i % c.w), y = static_cast<int>(i / c.w);
         switch (c.content) {
-        case Content::NOISE: noise = (i & 3) ? noise >> 8 : rng(); img[i] = static_cast<unsigned char>(noise); break;
-        case Content::BLACK: img[i] = 0; break;
-        case Content::WHITE: img[i] = 255; break;
-        case Content::CHECKER: img[i] = ((x + y) & 1) ? 255 : 0; break; // the largest products
-        case Content::RAMP: img[i] = static_cast<unsigned char>((x * 3 + y * 5) / 7); break;
+        case Content::NOISE:
+            noise = (i & 3) ? noise >> 8 : rng();
+            img[i] = static_cast<unsigned char>(noise);
+            break;
+        case Content::BLACK:
+            img[i] = 0;
+            break;
+        case Content::WHITE:
+            img[i] = 255;
+            break;
+        case Content::CHECKER:
+            img[i] = ((x + y) & 1) ? 255 : 0;
+            break; // the largest products
+        case Content::RAMP:
+            img[i] = static_cast<unsigned char>((x * 3 + y * 5) / 7);
+            break;
         }
     }
     return img;
@@ -75,9 +93,9 @@ void Compare(const Case& c, std::mt19937& rng, const char* what)
     std::vector<tagPOINT> fastCentres(n), slowCentres(n);
     const int fastResult = GetRoatedFp(img.data(), c.w, c.h, work.data(), n, fastBoxes.data(), fastAngles.data(),
                                        labels.data(), c.bkGray, fastPtr.data(), c.outW, c.outH, fastCentres.data());
-    const int slowResult = reference::GetRoatedFp(img.data(), c.w, c.h, work.data(), n, slowBoxes.data(),
-                                                  slowAngles.data(), labels.data(), c.bkGray, slowPtr.data(), c.outW,
-                                                  c.outH, slowCentres.data());
+    const int slowResult
+        = reference::GetRoatedFp(img.data(), c.w, c.h, work.data(), n, slowBoxes.data(), slowAngles.data(),
+                                 labels.data(), c.bkGray, slowPtr.data(), c.outW, c.outH, slowCentres.data());
     ASSERT_EQ(fastResult, slowResult) << what;
     for (int i = 0; i < n; i++) {
         SCOPED_TRACE(testing::Message() << what << ", finger " << i << " at " << c.angles[i] << " degrees, image "
@@ -135,22 +153,30 @@ TEST(TurnEquivalence, EveryAngleOnRandomImages)
 TEST(TurnEquivalence, LimitsAndExtremes)
 {
     std::mt19937 rng(29);
-    const struct { int w, h, outW, outH; Content content; unsigned char bkGray; tagRECT box; int angle; } rows[] = {
-        {1600, 1500, 320, 480, Content::CHECKER, 0, {1000, 900, 1600, 1500}, 45}, // to the last pixel, largest products
+    const struct
+    {
+        int w, h, outW, outH;
+        Content content;
+        unsigned char bkGray;
+        tagRECT box;
+        int angle;
+    } rows[] = {
+        {1600, 1500, 320, 480, Content::CHECKER, 0, {1000, 900, 1600, 1500}, 45}, // to the last pixel, largest
+                                                                                  // products
         {1600, 1500, 320, 480, Content::WHITE, 255, {2, 2, 597, 497}, 20},        // all white on white fill
-        {1600, 1500, 1600, 1500, Content::NOISE, 7, {0, 0, 500, 600}, 30},      // buffer as large as the image
+        {1600, 1500, 1600, 1500, Content::NOISE, 7, {0, 0, 500, 600}, 30},        // buffer as large as the image
         {1600, 1500, 1599, 1499, Content::NOISE, 7, {1100, 900, 1600, 1500}, 60},
-        {256, 360, 256, 360, Content::RAMP, 128, {0, 0, 256, 360}, 60},         // smallest image: plain window
-        {257, 361, 256, 360, Content::CHECKER, 255, {0, 0, 257, 361}, 150},     // one more: turned, steep
+        {256, 360, 256, 360, Content::RAMP, 128, {0, 0, 256, 360}, 60},     // smallest image: plain window
+        {257, 361, 256, 360, Content::CHECKER, 255, {0, 0, 257, 361}, 150}, // one more: turned, steep
         {256, 360, 256, 360, Content::BLACK, 0, {10, 10, 200, 300}, 85},
-        {800, 600, 256, 360, Content::NOISE, 1, {400, 599, 700, 700}, 30},      // clamped to nothing: all fill
-        {800, 600, 256, 360, Content::NOISE, 1, {799, 0, 900, 300}, 120},       // no column left
-        {800, 600, 256, 360, Content::NOISE, 1, {798, 598, 900, 900}, 100},     // one pixel at the corner
-        {800, 600, 256, 360, Content::RAMP, 200, {0, 0, 800, 600}, 0},          // flat fingers
+        {800, 600, 256, 360, Content::NOISE, 1, {400, 599, 700, 700}, 30},  // clamped to nothing: all fill
+        {800, 600, 256, 360, Content::NOISE, 1, {799, 0, 900, 300}, 120},   // no column left
+        {800, 600, 256, 360, Content::NOISE, 1, {798, 598, 900, 900}, 100}, // one pixel at the corner
+        {800, 600, 256, 360, Content::RAMP, 200, {0, 0, 800, 600}, 0},      // flat fingers
         {800, 600, 256, 360, Content::RAMP, 200, {0, 0, 800, 600}, 179},
-        {800, 600, 256, 360, Content::RAMP, 200, {0, 0, 800, 600}, 135},       // first steep angle
+        {800, 600, 256, 360, Content::RAMP, 200, {0, 0, 800, 600}, 135}, // first steep angle
         {800, 600, 256, 360, Content::RAMP, 200, {0, 0, 800, 600}, 134},
-        {800, 600, 256, 360, Content::NOISE, 90, {3, 5, 795, 14}, 70},           // thin boxes
+        {800, 600, 256, 360, Content::NOISE, 90, {3, 5, 795, 14}, 70}, // thin boxes
         {800, 600, 256, 360, Content::NOISE, 90, {3, 5, 6, 590}, 110},
     };
     for (const auto& row : rows) {

@@ -14,10 +14,15 @@ namespace {
 // A 10 x 6 source whose pixel (c, r) is 10 r + c.
 TEST(WindowCopy, CopiesOnlyWindowsInsideTheSource)
 {
-    const struct { int dw, dh, x0, y0; bool copies; } rows[] = {
-        {4, 3, 6, 3, true}, {10, 6, 0, 0, true}, {4, 3, 7, 3, false}, {4, 3, 6, 4, false}, // edges reached, passed
-        {4, 3, -1, 0, false}, {4, 3, 0, -1, false}, {4, 0, 0, 0, false}, // negative x0, y0; no row
-        {1, 1, INT_MAX, 0, false}, {1, 1, 0, INT_MAX, false},            // the window's end beyond int
+    const struct
+    {
+        int dw, dh, x0, y0;
+        bool copies;
+    } rows[] = {
+        {4, 3, 6, 3, true},        {10, 6, 0, 0, true},       {4, 3, 7, 3, false},
+        {4, 3, 6, 4, false},                                                       // edges reached, passed
+        {4, 3, -1, 0, false},      {4, 3, 0, -1, false},      {4, 0, 0, 0, false}, // negative x0, y0; no row
+        {1, 1, INT_MAX, 0, false}, {1, 1, 0, INT_MAX, false},                      // the window's end beyond int
     };
     std::vector<unsigned char> src(60);
     std::iota(src.begin(), src.end(), 0);
@@ -39,14 +44,27 @@ TEST(BlockPaint, HalvesAndDegenerateBlocks)
 {
     const std::string none = "......|......|......|......|......|......|";
     const std::string one = "......|.#....|......|......|......|......|";
-    const struct { int size, mode; std::string painted; } rows[] = {
+    const struct
+    {
+        int size, mode;
+        std::string painted;
+    } rows[] = {
         {4, 0, "......|.####.|.####.|.####.|.####.|......|"},
         // Below the anti-diagonal, which stays out, and down to it.
-        {4, 1, "......|......|....#.|...##.|..###.|......|"}, {4, 3, "......|.####.|.###..|.##...|.#....|......|"},
+        {4, 1, "......|......|....#.|...##.|..###.|......|"},
+        {4, 3, "......|.####.|.###..|.##...|.#....|......|"},
         // Below the main diagonal, which stays out, and down to it.
-        {4, 2, "......|......|.#....|.##...|.###..|......|"}, {4, 4, "......|.####.|..###.|...##.|....#.|......|"},
-        {1, 0, one}, {1, 3, one}, {1, 4, one}, {1, 1, none}, {1, 2, none}, // a single cell has no lower half
-        {4, 5, none}, {4, -1, none}, {0, 0, none}, {-1, 0, none},         // unknown modes, empty sizes
+        {4, 2, "......|......|.#....|.##...|.###..|......|"},
+        {4, 4, "......|.####.|..###.|...##.|....#.|......|"},
+        {1, 0, one},
+        {1, 3, one},
+        {1, 4, one},
+        {1, 1, none},
+        {1, 2, none}, // a single cell has no lower half
+        {4, 5, none},
+        {4, -1, none},
+        {0, 0, none},
+        {-1, 0, none}, // unknown modes, empty sizes
     };
     for (const auto& r : rows) {
         std::vector<signed char> map(none.begin(), none.end());

@@ -18,19 +18,20 @@ struct Corners
     int rc;
     Corners(int w, int h, int outW, int outH, int x, int y, int angle)
         : rc(kovral_finger_corners(w, h, outW, outH, x, y, angle, p))
-    {
-    }
+    { }
 };
 
 TEST(FingerCorners, PlainWindowIsTheWindowCopied)
 {
-    const struct { int w, h, outW, outH, angle; } rows[] = {
-        {1600, 1000, 320, 480, 90},   // upright
-        {1600, 1000, 320, 480, 86},   // 4 degrees off: still a window
-        {1600, 1000, 320, 480, 94},
-        {1600, 1000, 1600, 480, 60},  // as wide as the image: a window at any angle
-        {1600, 1000, 320, 992, 60},   // as high as the rows used (1000 rounded to 992)
-        {640, 368, 256, 368, 120},    // h a multiple of 16, outH == h
+    const struct
+    {
+        int w, h, outW, outH, angle;
+    } rows[] = {
+        {1600, 1000, 320, 480, 90},                              // upright
+        {1600, 1000, 320, 480, 86},                              // 4 degrees off: still a window
+        {1600, 1000, 320, 480, 94}, {1600, 1000, 1600, 480, 60}, // as wide as the image: a window at any angle
+        {1600, 1000, 320, 992, 60},                              // as high as the rows used (1000 rounded to 992)
+        {640, 368, 256, 368, 120},                               // h a multiple of 16, outH == h
     };
     for (const auto& r : rows) {
         // A finger in block column 20, cut from the rows a split uses.
@@ -60,7 +61,10 @@ TEST(FingerCorners, BufferAsHighAsImageButNotItsRowsIsTurned)
 // finger's axis (angle a; above 134 the cut turns by 45 only, as for 135).
 TEST(FingerCorners, TurnedBoxFollowsTheAxis)
 {
-    const struct { int angle, axis; } rows[] = {{60, 60}, {120, 120}, {30, 30}, {134, 134}, {150, 135}, {179, 135}};
+    const struct
+    {
+        int angle, axis;
+    } rows[] = {{60, 60}, {120, 120}, {30, 30}, {134, 134}, {150, 135}, {179, 135}};
     const double pi = std::acos(-1.0);
     for (const auto& r : rows) {
         const Corners c(1600, 1000, 320, 480, 800, 500, r.angle);
@@ -82,13 +86,17 @@ TEST(FingerCorners, TurnedBoxFollowsTheAxis)
 TEST(FingerCorners, RefusedRequests)
 {
     tagPOINT p[4];
-    const struct { int w, h, outW, outH, x, y; tagPOINT* corners; } rows[] = {
-        {1600, 1000, 320, 480, 800, 500, nullptr},  // no corners
-        {255, 1000, 256, 480, 100, 500, p},          // image too narrow
-        {1600, 1501, 320, 480, 800, 500, p},         // image too high
-        {1600, 1000, 255, 480, 800, 500, p},         // finger too narrow
-        {1600, 1000, 320, 1001, 800, 500, p},        // finger higher than the image
-        {1600, 1000, 320, 480, -1, 500, p},          // centre outside
+    const struct
+    {
+        int w, h, outW, outH, x, y;
+        tagPOINT* corners;
+    } rows[] = {
+        {1600, 1000, 320, 480, 800, 500, nullptr}, // no corners
+        {255, 1000, 256, 480, 100, 500, p},        // image too narrow
+        {1600, 1501, 320, 480, 800, 500, p},       // image too high
+        {1600, 1000, 255, 480, 800, 500, p},       // finger too narrow
+        {1600, 1000, 320, 1001, 800, 500, p},      // finger higher than the image
+        {1600, 1000, 320, 480, -1, 500, p},        // centre outside
         {1600, 1000, 320, 480, 800, 1000, p},
     };
     for (const auto& r : rows)

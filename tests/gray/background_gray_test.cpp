@@ -24,11 +24,19 @@ int Estimate(int w, int h, int (*level)(int), int bright = 0)
 
 TEST(BackgroundGray, Estimate)
 {
-    const struct { int w, h; int (*level)(int); int bright, expected; } cases[] = {
-        {301, 257, [](int i) { return i < 256 ? 0 : i < 768 ? 20 : 40; }, 0, 33}, // the mean 20 is in the upper mean 26
+    const struct
+    {
+        int w, h;
+        int (*level)(int);
+        int bright, expected;
+    } cases[] = {
+        {301, 257, [](int i) { return i < 256 ? 0
+                                   : i < 768  ? 20
+                                              : 40; }, 0,
+         33},                                                         // the mean 20 is in the upper mean 26
         {301, 257, [](int i) { return i < 9 ? 255 : 100; }, 0, 177},  // 9 pixels of 255 are no peak: (255 + 100) / 2
         {301, 257, [](int i) { return i < 10 ? 255 : 100; }, 0, 255}, // 10 are
-        {200, 200, nullptr, 1 << 2 | 1 << 6, 250},                    // two bright windows: equal estimates both count
+        {200, 200, nullptr, 1 << 2 | 1 << 6, 250}, // two bright windows: equal estimates both count
         {199, 1000, nullptr, 0, 0},
         {1000, 199, nullptr, 0, 0},
     };

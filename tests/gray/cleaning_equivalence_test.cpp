@@ -24,7 +24,14 @@ int Uniform(std::mt19937& rng, int lo, int hi) // lo..hi inclusive
 }
 
 // What an image of a case holds.
-enum class Content { FINGER, BLOTS, NOISE, FLAT, CHECKER };
+enum class Content
+{
+    FINGER,
+    BLOTS,
+    NOISE,
+    FLAT,
+    CHECKER
+};
 
 Bytes MakeImage(Content content, int w, int h, std::mt19937& rng)
 {
@@ -49,7 +56,8 @@ Bytes MakeImage(Content content, int w, int h, std::mt19937& rng)
             const int x1 = std::min(w, x0 + Uniform(rng, 1, 120)), y1 = std::min(h, y0 + Uniform(rng, 1, 200));
             const auto level = static_cast<unsigned char>(Uniform(rng, 0, 240));
             for (int y = y0; y < y1; y++)
-                std::fill(img.begin() + static_cast<long>(y) * w + x0, img.begin() + static_cast<long>(y) * w + x1, level);
+                std::fill(img.begin() + static_cast<long>(y) * w + x0, img.begin() + static_cast<long>(y) * w + x1,
+                          level);
         }
         return img;
     }
@@ -96,9 +104,12 @@ TEST(CleaningEquivalence, MaskAndQualityOnRandomImages)
 TEST(CleaningEquivalence, MaskAtSizeLimits)
 {
     std::mt19937 rng(11);
-    const struct { int w, h; } sizes[] = {
-        {1, 1}, {5, 5}, {6, 5}, {6, 6}, {7, 9}, {16, 16}, {17, 40}, {31, 41}, {33, 47}, {100, 40}, {100, 41},
-        {255, 359}, {256, 360}, {257, 361}, {1600, 1500},
+    const struct
+    {
+        int w, h;
+    } sizes[] = {
+        {1, 1},   {5, 5},    {6, 5},    {6, 6},     {7, 9},     {16, 16},   {17, 40},     {31, 41},
+        {33, 47}, {100, 40}, {100, 41}, {255, 359}, {256, 360}, {257, 361}, {1600, 1500},
     };
     for (const auto& s : sizes)
         for (Content content : {Content::BLOTS, Content::NOISE, Content::FINGER, Content::CHECKER})

@@ -9,9 +9,20 @@
 
 namespace {
 
-struct Rect { int c0, r0, c1, r1, level; }; // inclusive corners, painted in order
-struct Pixel { int c, r, level; };          // an output pixel and the level it must have
-struct Case { int w, h, back; std::vector<Rect> rects; std::vector<Pixel> expected; };
+struct Rect
+{
+    int c0, r0, c1, r1, level;
+}; // inclusive corners, painted in order
+struct Pixel
+{
+    int c, r, level;
+}; // an output pixel and the level it must have
+struct Case
+{
+    int w, h, back;
+    std::vector<Rect> rects;
+    std::vector<Pixel> expected;
+};
 
 void Check(const std::vector<Case>& cases)
 {
@@ -48,7 +59,10 @@ TEST(FingerAreaMask, WhatIsKept)
 {
     Check({
         // Uniform: the span and the column reach run from the first to the last probe, 3 to 396, both excluded.
-        {400, 400, 100, {},
+        {400,
+         400,
+         100,
+         {},
          {{4, 4, 100}, {3, 4, 255}, {4, 3, 255}, {395, 395, 100}, {396, 395, 255}, {395, 396, 255}}},
         {400, 40, 100, {}, {{200, 20, 255}}}, // no row sets the span
         {400, 41, 100, {}, {{200, 20, 100}}}, // row 20 does
@@ -83,7 +97,11 @@ TEST(FingerAreaMask, SidewaysScan)
         // 2 misses, hit, 2 misses, hit: a hit restarts the count.
         {400, 400, 250, {main, {227, 0, 229, 399, 0}, {236, 0, 238, 399, 0}}, {{236, 200, 0}, {237, 200, 255}}},
         {400, 400, 250, {main, {231, 0, 231, 399, 0}}, {{219, 200, 255}, {220, 200, 255}}}, // 5 dark pixels: no hit
-        {400, 400, 250, {main, {231, 0, 231, 399, 0}, {230, 201, 230, 201, 0}}, {{220, 200, 0}, {231, 200, 255}}}, // 6
+        {400,
+         400,
+         250,
+         {main, {231, 0, 231, 399, 0}, {230, 201, 230, 201, 0}},
+         {{220, 200, 0}, {231, 200, 255}}}, // 6
     });
 }
 
@@ -94,7 +112,8 @@ TEST(FingerAreaMask, VerticalScans)
 {
     const Rect band = {0, 480, 59, 520, 0};
     Check({
-        {60, 1000, 250, {band, {0, 971, 59, 973, 0}}, {{30, 971, 0}, {30, 972, 255}}}, // 150 misses, then a hit at 972
+        {60, 1000, 250, {band, {0, 971, 59, 973, 0}}, {{30, 971, 0}, {30, 972, 255}}}, // 150 misses, then a hit at
+                                                                                       // 972
         {60, 1000, 250, {band, {0, 974, 59, 976, 0}}, {{30, 518, 0}, {30, 519, 255}}}, // 151 end the scan
         {60, 1000, 250, {band, {0, 401, 59, 403, 0}}, {{30, 403, 0}, {30, 402, 255}}}, // 25 misses, then a hit at 402
         {60, 1000, 250, {band, {0, 398, 59, 400, 0}}, {{30, 481, 0}, {30, 480, 255}}}, // 26 end the scan

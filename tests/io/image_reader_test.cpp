@@ -63,11 +63,10 @@ Bytes DirectBmp(const GrayImage& image, int bits, bool topDown)
     PutLittleEndian(b, 22, static_cast<uint32_t>(topDown ? -image.height : image.height));
     b[26] = 1, b[28] = static_cast<uint8_t>(bits);
     for (int y = 0; y < image.height; y++)
-        for (int x = 0; x < image.width; x++)
-        {
+        for (int x = 0; x < image.width; x++) {
             const uint8_t g = image.pixels[static_cast<size_t>(y) * image.width + x];
             uint8_t* p = &b[54 + stride * (topDown ? y : image.height - 1 - y) + bpp * x];
-            p[0] = g - 1, p[1] = g + 2, p[2] = g - 3;   // blue, green, red: (29 * -1 + 150 * 2 + 77 * -3) / 256 = 0
+            p[0] = g - 1, p[1] = g + 2, p[2] = g - 3; // blue, green, red: (29 * -1 + 150 * 2 + 77 * -3) / 256 = 0
         }
     return b;
 }
@@ -77,12 +76,17 @@ Bytes Png16(const GrayImage& image)
 {
     spng_ctx* ctx = spng_ctx_new(SPNG_CTX_ENCODER);
     spng_set_option(ctx, SPNG_ENCODE_TO_BUFFER, 1);
-    spng_ihdr ihdr = {static_cast<uint32_t>(image.width), static_cast<uint32_t>(image.height), 16,
-                      SPNG_COLOR_TYPE_GRAYSCALE, 0, 0, 0};
+    spng_ihdr ihdr = {static_cast<uint32_t>(image.width),
+                      static_cast<uint32_t>(image.height),
+                      16,
+                      SPNG_COLOR_TYPE_GRAYSCALE,
+                      0,
+                      0,
+                      0};
     spng_set_ihdr(ctx, &ihdr);
     Bytes samples;
     for (uint8_t v : image.pixels)
-        samples.insert(samples.end(), {v, v});   // big-endian, as the file stores it
+        samples.insert(samples.end(), {v, v}); // big-endian, as the file stores it
     spng_encode_image(ctx, samples.data(), samples.size(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE);
     size_t size = 0;
     int error = 0;
@@ -97,7 +101,8 @@ Bytes RgbPng(const GrayImage& image)
 {
     Bytes rgb;
     for (uint8_t g : image.pixels)
-        rgb.insert(rgb.end(), {static_cast<uint8_t>(g - 3), static_cast<uint8_t>(g + 2), static_cast<uint8_t>(g - 1)});
+        rgb.insert(rgb.end(),
+                   {static_cast<uint8_t>(g - 3), static_cast<uint8_t>(g + 2), static_cast<uint8_t>(g - 1)});
     return kovral_io::EncodeRgbPng(rgb.data(), image.width, image.height);
 }
 
@@ -131,8 +136,7 @@ TEST(ImageReader, EveryFormatGivesThePattern)
         {"JPEG of 64 scans", ScanBombJpeg(image, 0), "JPEG", 8, {}},
         {"raw", image.pixels, "raw", 0, PixelSize{301, 200}},
     };
-    for (const auto& [what, bytes, format, tolerance, rawSize] : rows)
-    {
+    for (const auto& [what, bytes, format, tolerance, rawSize] : rows) {
         ReadOptions options;
         options.rawSize = rawSize;
         kovral_io::ReadResult got = kovral_io::ReadImage(bytes, options);
@@ -160,7 +164,12 @@ TEST(ImageReader, BadAndHostileFilesAreRefused)
         {"empty", {}, "empty file"},
         {"unknown, no raw size", Bytes(120000, 7), "not a PNG, JPEG, BMP, PGM/PPM image"},
         {"PNG cut in its pixels", Cut(kovral_io::EncodeGrayPng(image), 1000), "truncated PNG"},
-        {"PNG with a broken header checksum", [&] { Bytes b = kovral_io::EncodeGrayPng(image); b[29] ^= 1; return b; }(),
+        {"PNG with a broken header checksum",
+         [&] {
+             Bytes b = kovral_io::EncodeGrayPng(image);
+             b[29] ^= 1;
+             return b;
+         }(),
          "corrupt PNG"},
         {"JPEG a byte short", Cut(kovral_io::EncodeGrayJpeg(image, 90), 1), "truncated JPEG"},
         // 127 bytes without quantisation or Huffman tables: once read uninitialised memory.
@@ -172,7 +181,8 @@ TEST(ImageReader, BadAndHostileFilesAreRefused)
         {"PGM of a 23-digit width", ReadBytes(KOVRAL_IO_REGRESSIONS "/read_pnm/pgm-23-digit-width"),
          "corrupt PGM/PPM: the width is too large"},
         {"PGM a byte short", Cut(pgm, 1), "truncated PGM: 120014 of 120015 bytes"},
-        {"PGM without its maximum", Concat("P5 300 400", {}), "truncated PGM/PPM: the header ends before the maximum"},
+        {"PGM without its maximum", Concat("P5 300 400", {}),
+         "truncated PGM/PPM: the header ends before the maximum"},
         {"PGM of maximum 0", Concat("P5 300 400 0\n", image.pixels), "corrupt PGM/PPM: maximum value 0"},
         {"BMP a byte short", Cut(bmp, 1), "truncated BMP: 121077 of 121078 bytes"},
         {"BMP of 2^31 - 1 columns", bmpWith(18, 0x7FFFFFFF), "image is 2147483647 x 400 pixels, outside"},
@@ -182,8 +192,7 @@ TEST(ImageReader, BadAndHostileFilesAreRefused)
         {"run-length BMP", bmpWith(30, 1), "compressed BMP (method 1) is not supported"},
         {"BMP header of 41 bytes", bmpWith(14, 41), "corrupt BMP: header of 41 bytes"},
     };
-    for (const auto& [what, bytes, reason] : rows)
-    {
+    for (const auto& [what, bytes, reason] : rows) {
         const auto start = std::chrono::steady_clock::now();
         kovral_io::ReadResult got = kovral_io::ReadImage(bytes);
         EXPECT_FALSE(got.ok) << what;
@@ -206,20 +215,32 @@ TEST(ImageReader, Limits)
     };
     // What, the file, the options, the reason ("": read).
     const std::tuple<const char*, Bytes, ReadOptions, std::string> rows[] = {
-        {"the slap limits", png, with([](ReadOptions& o) { o.minSize = {256, 360}, o.maxSize = {1600, 1500}; }), ""},
-        {"one column too many", png, with([](ReadOptions& o) { o.maxSize = {299, 1500}; }),
+        {"the slap limits", png, with([](ReadOptions& o) {
+             o.minSize = {256, 360}, o.maxSize = {1600, 1500};
+         }),
+         ""},
+        {"one column too many", png, with([](ReadOptions& o) {
+             o.maxSize = {299, 1500};
+         }),
          "image is 300 x 400 pixels, outside the accepted 1..299 x 1..1500"},
-        {"one row too few", png, with([](ReadOptions& o) { o.minSize = {1, 401}; }), "image is 300 x 400 pixels"},
+        {"one row too few", png, with([](ReadOptions& o) {
+             o.minSize = {1, 401};
+         }),
+         "image is 300 x 400 pixels"},
         {"a pixel too many", png, with([](ReadOptions& o) { o.maxPixels = 119999; }),
          "image is 300 x 400 pixels, more than the accepted 119999"},
-        {"a byte too many", png, with([&](ReadOptions& o) { o.maxFileBytes = png.size() - 1; }), "file of 1893 bytes is larger than the limit of 1892"},
-        {"raw of another size", raw, with([](ReadOptions& o) { o.rawSize = PixelSize{301, 400}; }),
+        {"a byte too many", png, with([&](ReadOptions& o) { o.maxFileBytes = png.size() - 1; }),
+         "file of 1893 bytes is larger than the limit of 1892"},
+        {"raw of another size", raw, with([](ReadOptions& o) {
+             o.rawSize = PixelSize{301, 400};
+         }),
          "not a PNG, JPEG, BMP, PGM/PPM image, and its 120000 bytes are not the 301 x 400 = 120400"},
-        {"raw outside the limits", raw, with([](ReadOptions& o) { o.rawSize = PixelSize{300, 400}, o.maxSize = {299, 400}; }),
+        {"raw outside the limits", raw, with([](ReadOptions& o) {
+             o.rawSize = PixelSize{300, 400}, o.maxSize = {299, 400};
+         }),
          "image is 300 x 400 pixels, outside"},
     };
-    for (const auto& [what, bytes, options, reason] : rows)
-    {
+    for (const auto& [what, bytes, options, reason] : rows) {
         kovral_io::ReadResult got = kovral_io::ReadImage(bytes, options);
         EXPECT_EQ(got.ok, reason.empty()) << what;
         EXPECT_EQ(got.reason.substr(0, reason.size()), reason) << what << ": " << got.reason;
@@ -245,8 +266,7 @@ TEST(ImageReader, FilesOfEveryKind)
         {"/dev/zero", "/dev/zero: not a regular file (a device)"},
         {(dir / "missing.png").string(), "/missing.png: cannot open: No such file or directory"},
     };
-    for (const auto& [path, message] : rows)
-    {
+    for (const auto& [path, message] : rows) {
         kovral_io::ReadResult got = kovral_io::ReadImageFile(path);
         EXPECT_EQ(got.ok, message.empty()) << path;
         EXPECT_TRUE(got.Error().ends_with(message)) << got.Error();
@@ -266,34 +286,32 @@ TEST(ImageReader, ReaderReusingItsMemoryGivesFreshResults)
     fs::remove_all(dir);
     fs::create_directories(dir);
     const GrayImage big = Pattern(640, 480), small = Pattern(301, 200);
-    Bytes scaled;   // 8-bit samples of 0..100, scaled up
+    Bytes scaled; // 8-bit samples of 0..100, scaled up
     for (uint8_t v : small.pixels)
         scaled.push_back(v % 101);
     // The file, its bytes ("missing" is never written), the raw size the read allows.
     const std::tuple<std::string, Bytes, std::optional<PixelSize>> rows[] = {
-        {"big.pgm", kovral_io::EncodeGrayPgm(big), {}},                 // memory for the rest
-        {"small.png", kovral_io::EncodeGrayPng(small), {}},             // decoded from the other buffer
-        {"small.pgm", kovral_io::EncodeGrayPgm(small), {}},             // in place, in larger memory
-        {"big.raw", big.pixels, PixelSize{640, 480}},                   // raw in place
-        {"ppm16.ppm", Ppm16(small), {}},                                // colour, two bytes a sample, in place
-        {"scaled.pgm", Concat("P5\n301 200\n100\n", scaled), {}},     // scaled samples, in place
-        {"cut.pgm", Cut(kovral_io::EncodeGrayPgm(big), 1), {}},         // truncated: refused
-        {"big-again.pgm", kovral_io::EncodeGrayPgm(big), {}},           // memory kept through the failure
+        {"big.pgm", kovral_io::EncodeGrayPgm(big), {}},           // memory for the rest
+        {"small.png", kovral_io::EncodeGrayPng(small), {}},       // decoded from the other buffer
+        {"small.pgm", kovral_io::EncodeGrayPgm(small), {}},       // in place, in larger memory
+        {"big.raw", big.pixels, PixelSize{640, 480}},             // raw in place
+        {"ppm16.ppm", Ppm16(small), {}},                          // colour, two bytes a sample, in place
+        {"scaled.pgm", Concat("P5\n301 200\n100\n", scaled), {}}, // scaled samples, in place
+        {"cut.pgm", Cut(kovral_io::EncodeGrayPgm(big), 1), {}},   // truncated: refused
+        {"big-again.pgm", kovral_io::EncodeGrayPgm(big), {}},     // memory kept through the failure
         {"rgb.png", RgbPng(big), {}},
         {"small.bmp", kovral_io::EncodeGrayBmp(small), {}},
         {"small.jpg", kovral_io::EncodeGrayJpeg(small, 90), {}},
-        {"missing", {}, {}},                                            // cannot open
+        {"missing", {}, {}}, // cannot open
         {"empty.pgm", Bytes{}, {}},
-        {"odd.raw", Bytes(1000, 7), PixelSize{640, 480}},               // wrong size for raw
+        {"odd.raw", Bytes(1000, 7), PixelSize{640, 480}}, // wrong size for raw
         {"last.pgm", kovral_io::EncodeGrayPgm(small), {}},
     };
     kovral_io::ImageFileReader reader;
-    for (const auto& [name, bytes, rawSize] : rows)
-    {
+    for (const auto& [name, bytes, rawSize] : rows) {
         const std::string path = (dir / name).string();
         std::string error;
-        if (name != "missing")
-        {
+        if (name != "missing") {
             ASSERT_TRUE(kovral_io::WriteFile(path, bytes, error)) << error;
         }
         ReadOptions options;
@@ -307,8 +325,7 @@ TEST(ImageReader, ReaderReusingItsMemoryGivesFreshResults)
         EXPECT_EQ(got.image.width, want.image.width) << name;
         EXPECT_EQ(got.image.height, want.image.height) << name;
         EXPECT_TRUE(got.image.pixels == want.image.pixels) << name;
-        if (name != "missing")
-        {
+        if (name != "missing") {
             const kovral_io::ReadResult copy = kovral_io::ReadImage(bytes, options);
             EXPECT_EQ(got.ok, copy.ok) << name;
             EXPECT_TRUE(got.image.pixels == copy.image.pixels) << name;
@@ -321,8 +338,7 @@ TEST(ImageWriters, BmpIsTheLibrarysBmp)
 {
     const fs::path dir = fs::path(KOVRAL_IO_TEST_DIR) / "bmp";
     fs::create_directories(dir);
-    for (int w : {256, 257, 258, 259})
-    {
+    for (int w : {256, 257, 258, 259}) {
         GrayImage image = Pattern(w, 361);
         const std::string path = (dir / "library.bmp").string();
         ASSERT_EQ(KOVRAL_SaveToBmp(image.pixels.data(), w, image.height, path.c_str()), KOVRAL_OK);

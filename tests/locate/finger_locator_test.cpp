@@ -35,7 +35,11 @@ Entries Locate(BlockMap& map, BlockMap* work = nullptr)
 // Rectangles of ridge blocks on a 34 x 90 map. Upright regions: the turned map is the working map moved.
 TEST(FindFpPos, WidthHeightAndDrops)
 {
-    const struct { std::vector<std::array<int, 4>> areas; Entries out; } rows[] = {
+    const struct
+    {
+        std::vector<std::array<int, 4>> areas;
+        Entries out;
+    } rows[] = {
         {{}, {}},
         // right - left = 9: measured, not emitted; 10 is, the pixel box ending one past the last block
         {{{5, 3, 14, 22}}, {}},

@@ -12,12 +12,12 @@ namespace {
 TEST(FillSingleBlank, PairOrderAndScanOrder)
 {
     const char* const rows[][2] = {
-        {". . .|9 . 9|. . .", ". . .|9 9 9|. . ."},             // left and right equal
-        {". 9 .|9 . 10|. 9 .", ". 9 .|9 9 10|. 9 ."},           // up and down equal
-        {"9 . .|9 . 10|. . 9", nullptr},                         // up and down both 0 end the search
-        {"9 1 .|9 . 10|. 2 9", "9 1 .|9 9 10|. 2 9"},           // up-left and down-right
-        {"9 1 11|. . 10|11 2 12", "9 1 11|. 11 10|11 2 12"},    // then up-right and down-left; one positive side
-        {". 9 .|-1 . .|. 9 .", nullptr},                         // no positive side: up and down never compared
+        {". . .|9 . 9|. . .", ". . .|9 9 9|. . ."},          // left and right equal
+        {". 9 .|9 . 10|. 9 .", ". 9 .|9 9 10|. 9 ."},        // up and down equal
+        {"9 . .|9 . 10|. . 9", nullptr},                     // up and down both 0 end the search
+        {"9 1 .|9 . 10|. 2 9", "9 1 .|9 9 10|. 2 9"},        // up-left and down-right
+        {"9 1 11|. . 10|11 2 12", "9 1 11|. 11 10|11 2 12"}, // then up-right and down-left; one positive side
+        {". 9 .|-1 . .|. 9 .", nullptr},                     // no positive side: up and down never compared
         // (2, 2) fills from above and below; its new 9 then fills (3, 2) from the left and (3, 3) from above: on
         // the values on entry neither would change. (1, 0) and other border blocks never change.
         {"9 . 9 . . . .|. 9 9 9 . . .|9 9 . . 9 . .|. 9 9 . . . .|. . . 9 . . .",
@@ -34,7 +34,11 @@ TEST(FillSingleBlank, PairOrderAndScanOrder)
 // first..last close: 9 in the working map, 1 in the direction map.
 TEST(CloseFpNotch, FirstGapOfARow)
 {
-    const struct { const char* row; int gap, up, upValue, down, downValue, first, last; } rows[] = {
+    const struct
+    {
+        const char* row;
+        int gap, up, upValue, down, downValue, first, last;
+    } rows[] = {
         {"9 9 9 . 9 9 9 9 9 9 9 9", 4, 1, 9, 7, 9, 3, 4},   // a gap of 1, the farthest rows searched: 1 and bh - 13
         {"9 9 . . . . 9 9 9 9 9 9", 4, 1, 9, 7, 9, 2, 6},   // a gap of 4
         {"9 9 . . . . . 9 9 9 9 9", 4, 1, 9, 7, 9, 0, -1},  // a gap of 5 stays

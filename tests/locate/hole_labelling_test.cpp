@@ -22,7 +22,10 @@ BlockMap Snake(int n, int run)
 
 TEST(SetHole, RegionSizeLimits)
 {
-    const struct { int n, run, kept; } rows[] = {{81, 12, 0}, {82, 12, 1}, {1600, 40, 1}, {1601, 40, 0}};
+    const struct
+    {
+        int n, run, kept;
+    } rows[] = {{81, 12, 0}, {82, 12, 1}, {1600, 40, 1}, {1601, 40, 0}};
     for (const auto& [n, run, kept] : rows) {
         BlockMap map = Snake(n, run);
         EXPECT_EQ(SetHole(map.data(), map.w, map.h), kept) << n;

@@ -14,10 +14,15 @@ constexpr int L = 9, KEEP = -7; // the label; a field the scan must not write
 // The label on blocks x0..x1, y0..y1 of a 9 x 10 map that holds another label in its last columns.
 TEST(GetHVMinRect, BoxAndWidth)
 {
-    const struct { int x0, y0, x1, y1; std::array<int, 4> box; int width; } rows[] = {
+    const struct
+    {
+        int x0, y0, x1, y1;
+        std::array<int, 4> box;
+        int width;
+    } rows[] = {
         {2, 3, 6, 8, {2, 3, 6, 8}, 4},
-        {0, 3, 0, 5, {0, 3, KEEP, 5}, 0},        // only column 0: right is never looked for there
-        {2, 0, 4, 0, {2, 0, 4, KEEP}, 2},        // only row 0: bottom is never looked for there
+        {0, 3, 0, 5, {0, 3, KEEP, 5}, 0},           // only column 0: right is never looked for there
+        {2, 0, 4, 0, {2, 0, 4, KEEP}, 2},           // only row 0: bottom is never looked for there
         {1, 1, 0, 0, {KEEP, KEEP, KEEP, KEEP}, -9}, // absent: the width is -w
     };
     for (const auto& r : rows) {
@@ -41,7 +46,12 @@ TEST(RoatedDrct, QuarterTurnCounterClockwise)
 // Bars on a 40 x 40 map beside a region of another label; the search is narrowest at the turns given.
 TEST(GetFpPos, NarrowestTurnAndStreaks)
 {
-    const struct { double angle, cx, cy, along, across; bool search; int expected; } rows[] = {
+    const struct
+    {
+        double angle, cx, cy, along, across;
+        bool search;
+        int expected;
+    } rows[] = {
         {90.25, 20.25, 20, 12.25, 1.25, true, 93}, // 0 and 177 only: the later turn wins, no streak
         {60, 20, 20, 12.25, 1.25, true, 60},       // 30 only
         {0, 20, 20, 12.25, 1.25, true, 0},         // 90 only

@@ -9,7 +9,11 @@ namespace {
 // The bw x bh map numbered 1, 2, ... row by row, turned into a map sized by GetRoatedDrctSize.
 TEST(RoatedHoleDrct, TurnsAboutTheCentreBlock)
 {
-    const struct { int bw, bh, theta; const char* out; } rows[] = {
+    const struct
+    {
+        int bw, bh, theta;
+        const char* out;
+    } rows[] = {
         // unturned, 3 blocks wider and higher: an odd side moves by two blocks, an even one by one
         {3, 2, 0, ". . . . . .|. . 1 2 3 .|. . 4 5 6 .|. . . . . .|. . . . . ."},
         {4, 3, 0, ". . . . . . .|. . . . . . .|. 1 2 3 4 . .|. 5 6 7 8 . .|. 9 10 11 12 . .|. . . . . . ."},
@@ -18,8 +22,9 @@ TEST(RoatedHoleDrct, TurnsAboutTheCentreBlock)
         // below the centre the source is found by shifts of negative products, rounding toward minus infinity:
         // block (4, 5) takes 17, from column 1, row 3 (truncation would give 13). The width comes from one
         // diagonal, the height from the other.
-        {5, 4, -30, ". . . . . 5 . .|. . . . 4 5 . .|. . 2 3 9 9 15 .|. . 6 7 13 14 20 .|"
-                    ". . 6 12 13 18 19 .|. . . 16 17 . . .|. . . . . . . .|. . . . . . . ."},
+        {5, 4, -30,
+         ". . . . . 5 . .|. . . . 4 5 . .|. . 2 3 9 9 15 .|. . 6 7 13 14 20 .|"
+         ". . 6 12 13 18 19 .|. . . 16 17 . . .|. . . . . . . .|. . . . . . . ."},
     };
     for (const auto& [bw, bh, theta, text] : rows) {
         BlockMap work(bw, bh);

@@ -50,8 +50,7 @@ std::pair<int, std::vector<FingerRecord>> CSplit(Pixels image, int fingerWidth, 
     int result = kovral_split(splitter, image.data(), width, height, &options, fingers, &count, nullptr);
     kovral_splitter_free(splitter);
     std::vector<FingerRecord> out;
-    for (int i = 0; result == KOVRAL_OK && i < count; i++)
-    {
+    for (int i = 0; result == KOVRAL_OK && i < count; i++) {
         const kovral_finger& f = fingers[i];
         out.emplace_back(f.x, f.y, f.angle, f.quality, f.confidence, f.flags,
                          py::bytes(reinterpret_cast<const char*>(f.image), bytes));
@@ -97,8 +96,7 @@ double TimeCSplit(Pixels image, int fingerWidth, int fingerHeight, int repeats)
     kovral_split_options options{fingerWidth, fingerHeight, KOVRAL_LOCATOR_EXACT};
     py::gil_scoped_release released;
     auto start = std::chrono::steady_clock::now();
-    for (int r = 0; r < repeats; r++)
-    {
+    for (int r = 0; r < repeats; r++) {
         int32_t count = 0;
         kovral_split(splitter, image.data(), width, height, &options, fingers, &count, nullptr);
     }
@@ -111,8 +109,8 @@ double TimeCSplit(Pixels image, int fingerWidth, int fingerHeight, int repeats)
 
 PYBIND11_MODULE(_kovral_testing, m)
 {
-    m.def("four_finger_hand", &FourFingerHand, py::arg("width") = 1600, py::arg("height") = 1000,
-          py::arg("tilt") = 0, py::arg("right_hand") = true, py::arg("seed") = 1, py::arg("noise") = -1);
+    m.def("four_finger_hand", &FourFingerHand, py::arg("width") = 1600, py::arg("height") = 1000, py::arg("tilt") = 0,
+          py::arg("right_hand") = true, py::arg("seed") = 1, py::arg("noise") = -1);
     m.def("c_split", &CSplit, py::arg("image"), py::arg("finger_width"), py::arg("finger_height"),
           py::arg("locator") = 0);
     m.def("legacy_split", &LegacySplit, py::arg("image"), py::arg("finger_width"), py::arg("finger_height"));

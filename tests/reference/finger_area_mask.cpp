@@ -39,8 +39,7 @@ class Probe
 {
 public:
     Probe(const unsigned char* image, int width, int threshold) : image_(image), width_(width), threshold_(threshold)
-    {
-    }
+    { }
 
     // Number of pixels below the threshold in the window centred on (c, r).
     int DarkCount(int c, int r) const

@@ -176,7 +176,8 @@ int GetFpPos(signed char* map, int w, int h, signed char label, tagRECT* rect, b
     int run = 0;
     int best = UPRIGHT;
     for (int t = 0; t <= LAST_TURN; t += TURN_STEP) {
-        const int width = t == 0 ? reference::GetRctXWidth(centred, w, h, label) : TurnedXWidth(centred, w, h, label, t, box);
+        const int width
+            = t == 0 ? reference::GetRctXWidth(centred, w, h, label) : TurnedXWidth(centred, w, h, label, t, box);
         if (width <= minWidth) {
             run = (minWidth == prevWidth) ? run + TURN_STEP : 0;
             minWidth = width;

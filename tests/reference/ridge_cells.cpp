@@ -14,14 +14,14 @@ namespace {
 using accurate::CELL;
 using accurate::CellMap;
 
-constexpr int SAMPLE_STEP = 2;         // sample every other pixel of a cell, both ways
-constexpr float MIN_CONTRAST = 5.0f;   // gray standard deviation of a window, at least
-constexpr float NOISE_FACTOR = 2.2f;   // and this many times the typical contrast of paper
-constexpr float NOISE_SHARE = 0.2f;    // the paper's contrast: this quantile of all cells
-constexpr float MIN_RATIO = 0.5f;      // squared difference / variance: periods up to about 17 px
-constexpr float MAX_RATIO = 3.1f;      // down to about 5.5 px; white noise gives 4
+constexpr int SAMPLE_STEP = 2;       // sample every other pixel of a cell, both ways
+constexpr float MIN_CONTRAST = 5.0f; // gray standard deviation of a window, at least
+constexpr float NOISE_FACTOR = 2.2f; // and this many times the typical contrast of paper
+constexpr float NOISE_SHARE = 0.2f;  // the paper's contrast: this quantile of all cells
+constexpr float MIN_RATIO = 0.5f;    // squared difference / variance: periods up to about 17 px
+constexpr float MAX_RATIO = 3.1f;    // down to about 5.5 px; white noise gives 4
 constexpr float MIN_COHERENCE = 0.3f;
-constexpr float MIN_DARK = 0.18f;      // (max - mean) / (max - min) of a window
+constexpr float MIN_DARK = 0.18f; // (max - mean) / (max - min) of a window
 constexpr float MAX_DARK = 0.85f;
 
 struct Sums
@@ -116,8 +116,8 @@ void FindRidgeCells(const uint8_t* image, int w, int h, CellMap& map)
     const float minContrast = std::max(MIN_CONTRAST, NOISE_FACTOR * map.noise);
 
     for (std::size_t i = 0; i < cells; i++)
-        map.ridge[i] = map.contrast[i] >= minContrast && ratio[i] >= MIN_RATIO && ratio[i] <= MAX_RATIO &&
-            coherence[i] >= MIN_COHERENCE && map.dark[i] >= MIN_DARK && map.dark[i] <= MAX_DARK;
+        map.ridge[i] = map.contrast[i] >= minContrast && ratio[i] >= MIN_RATIO && ratio[i] <= MAX_RATIO
+            && coherence[i] >= MIN_COHERENCE && map.dark[i] >= MIN_DARK && map.dark[i] <= MAX_DARK;
 }
 
 } // namespace reference

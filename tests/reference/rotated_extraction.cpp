@@ -14,14 +14,14 @@
 
 namespace {
 
-constexpr int UPRIGHT = 90;           // axis angle of an upright finger
-constexpr int UPRIGHT_TOLERANCE = 4;  // degrees off upright still cut as a plain window
-constexpr int STEEPEST_ANGLE = 134;   // fingers beyond it are turned by STEEP_TURN only
+constexpr int UPRIGHT = 90;          // axis angle of an upright finger
+constexpr int UPRIGHT_TOLERANCE = 4; // degrees off upright still cut as a plain window
+constexpr int STEEPEST_ANGLE = 134;  // fingers beyond it are turned by STEEP_TURN only
 constexpr int STEEP_TURN = 45;
-constexpr int TURN_MARGIN = 4;        // added to each turned extent
-constexpr int WIDTH_ALIGN = 4;        // the turned buffer's width is a multiple of this
-constexpr int LATTICE = 16;           // the content search tests every 16th row or column
-constexpr int MIN_CONTENT_TOP = 4;    // content is never copied from above this row
+constexpr int TURN_MARGIN = 4;     // added to each turned extent
+constexpr int WIDTH_ALIGN = 4;     // the turned buffer's width is a multiple of this
+constexpr int LATTICE = 16;        // the content search tests every 16th row or column
+constexpr int MIN_CONTENT_TOP = 4; // content is never copied from above this row
 constexpr int BILINEAR_SHIFT = 2 * FIXED_SHIFT;
 
 std::size_t Area(int w, int h)

@@ -35,17 +35,27 @@ int TextureHits(const Slap& s, int cx, int cy)
 // right: it lies in the direction (cos a, -sin a) from the centre.
 TEST(Slapgen, TruthBoxesOrderAndAngles)
 {
-    const Slap s = Generate({.fingers = {{.cx = 300, .cy = 350}, {.cx = 900, .cy = 250, .angle = 0},
-                                         {.cx = 800, .cy = 650, .angle = 60}, {.cx = -400, .cy = 500},
-                                         {.cx = 1590, .cy = 900}}, .phalanges = true});
-    const struct { size_t i; int left, top, right, bottom; } boxes[] = {
-        // Outside; upright 220 x 380; lying, tip to the right; cut by the right and bottom edges. Each within
-        // 5 pixels (soft rim, ragged outline).
-        {0, 0, 0, 0, 0}, {1, 190, 160, 410, 540}, {3, 710, 140, 1090, 360}, {4, 1480, 710, 1600, 1000}};
+    const Slap s = Generate({.fingers = {{.cx = 300, .cy = 350},
+                                         {.cx = 900, .cy = 250, .angle = 0},
+                                         {.cx = 800, .cy = 650, .angle = 60},
+                                         {.cx = -400, .cy = 500},
+                                         {.cx = 1590, .cy = 900}},
+                             .phalanges = true});
+    // Each within 5 pixels (soft rim, ragged outline).
+    const struct
+    {
+        size_t i;
+        int left, top, right, bottom;
+    } boxes[] = {{0, 0, 0, 0, 0},             // outside
+                 {1, 190, 160, 410, 540},     // upright 220 x 380
+                 {3, 710, 140, 1090, 360},    // lying, tip to the right
+                 {4, 1480, 710, 1600, 1000}}; // cut by the right and bottom edges
     for (const auto& b : boxes) {
         const Truth& t = s.truth.at(b.i);
         EXPECT_LE(std::max({std::abs(t.left - b.left), std::abs(t.top - b.top), std::abs(t.right - b.right),
-                            std::abs(t.bottom - b.bottom)}), 5) << "truth " << b.i << " at " << t.cx;
+                            std::abs(t.bottom - b.bottom)}),
+                  5)
+            << "truth " << b.i << " at " << t.cx;
     }
     // Textured: the upright finger's middle phalanx, and 150 pixels from the centre towards the upper end of
     // the finger at 60 degrees.
@@ -76,9 +86,15 @@ TEST(Slapgen, HandLayoutAndTexture)
         EXPECT_EQ(std::min_element(reach, reach + 4) - reach, rightHand ? 3 : 0) << "little, tilt " << tilt;
         for (int y = 8; y + 10 <= s.height; y += 16)
             for (int x = 8; x + 8 <= s.width; x += 16)
-                ASSERT_EQ(std::none_of(s.truth.begin(), s.truth.end(), [&](const Truth& t) {
-                              return x + 32 > t.left && x - 32 < t.right && y + 32 > t.top && y - 32 < t.bottom;
-                          }) ? TextureHits(s, x, y) : 0, 0) << "tilt " << tilt << " block at " << x << "," << y;
+                ASSERT_EQ(std::none_of(s.truth.begin(), s.truth.end(),
+                                       [&](const Truth& t) {
+                                           return x + 32 > t.left && x - 32 < t.right && y + 32 > t.top
+                                               && y - 32 < t.bottom;
+                                       })
+                              ? TextureHits(s, x, y)
+                              : 0,
+                          0)
+                    << "tilt " << tilt << " block at " << x << "," << y;
     }
 }
 

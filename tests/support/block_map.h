@@ -14,7 +14,8 @@ struct BlockMap
     std::vector<signed char> cells; // exactly w * h: a read past the map shows under the sanitizer
 
     BlockMap(int width, int height, int value = 0)
-        : w(width), h(height), cells(size_t(width) * height, static_cast<signed char>(value)) {}
+        : w(width), h(height), cells(size_t(width) * height, static_cast<signed char>(value))
+    { }
     explicit BlockMap(const std::string& text)
     {
         std::istringstream rows(text);
@@ -42,7 +43,8 @@ struct BlockMap
         const double c = std::cos(angle * std::numbers::pi / 180), s = std::sin(angle * std::numbers::pi / 180);
         for (int y = 0; y < h; y++)
             for (int x = 0; x < w; x++)
-                if (std::fabs((x - cx) * c - (y - cy) * s) <= along && std::fabs((x - cx) * s + (y - cy) * c) <= across)
+                if (std::fabs((x - cx) * c - (y - cy) * s) <= along
+                    && std::fabs((x - cx) * s + (y - cy) * c) <= across)
                     at(x, y) = static_cast<signed char>(value);
         return *this;
     }

@@ -39,7 +39,8 @@ struct Cut
         for (size_t i = 0; i < work.size(); i++)
             work[i] = static_cast<signed char>(i % (w / 16));
         unsigned char* buf = out.data();
-        EXPECT_EQ(GetRoatedFp(img.data(), w, h, work.data(), 1, &box, &angle, &label, BK, &buf, outW, outH, &centre), 1);
+        EXPECT_EQ(GetRoatedFp(img.data(), w, h, work.data(), 1, &box, &angle, &label, BK, &buf, outW, outH, &centre),
+                  1);
     }
 };
 

@@ -69,13 +69,13 @@ struct Result
 {
     int rc = 0;
     int count = -1;
-    std::vector<int> records;                  // x, y, angle, quality of each filled finger
-    std::vector<std::vector<uint8_t>> images;  // all four finger buffers
+    std::vector<int> records;                 // x, y, angle, quality of each filled finger
+    std::vector<std::vector<uint8_t>> images; // all four finger buffers
     bool operator==(const Result&) const = default;
 };
 
 constexpr uint8_t UNTOUCHED = 77;
-constexpr int UNSET = -999;  // x, y and angle of a record before a split; its quality is 200
+constexpr int UNSET = -999; // x, y and angle of a record before a split; its quality is 200
 
 // Ten finger buffers of outW x outH prefilled with `fill`, wired to ten preset
 // records, and what KOVRAL_DoSplit last made of a slap in them. Movable, not
@@ -111,7 +111,8 @@ inline Result SplitLegacy(const Case& c, void* reserved = nullptr)
     r.rc = split.Split(c.slap, reserved);
     r.count = split.count;
     for (int i = 0; i < r.count; i++)
-        r.records.insert(r.records.end(), {split.info[i].x, split.info[i].y, split.info[i].angle, split.info[i].quality});
+        r.records.insert(r.records.end(),
+                         {split.info[i].x, split.info[i].y, split.info[i].angle, split.info[i].quality});
     split.pixels.resize(KOVRAL_MAX_FINGERS);
     r.images = std::move(split.pixels);
     return r;

@@ -54,8 +54,7 @@ protected:
     {
         std::string command = "exec " KOVRAL_SPLIT_EXE " " + args + " >" + log + ".out 2>" + log + ".err";
         pid_t pid = fork();
-        if (pid == 0)
-        {
+        if (pid == 0) {
             setpgid(0, 0);
             if (chdir(dir_.c_str()) != 0)
                 _exit(126);
@@ -73,10 +72,8 @@ protected:
     {
         int status = 0;
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(kRunTimeoutSeconds);
-        while (waitpid(pid, &status, WNOHANG) == 0)
-        {
-            if (std::chrono::steady_clock::now() > deadline)
-            {
+        while (waitpid(pid, &status, WNOHANG) == 0) {
+            if (std::chrono::steady_clock::now() > deadline) {
                 ADD_FAILURE() << "the run hangs";
                 kill(-pid, SIGKILL);
             }
@@ -96,7 +93,7 @@ protected:
         std::string error;
         fs::create_directories(dir_ / folder);
         ASSERT_TRUE(kovral_tool::WriteGrayImageFile((dir_ / folder / "slap0.pgm").string(),
-                                                     {slap.width, slap.height, slap.pixels}, error))
+                                                    {slap.width, slap.height, slap.pixels}, error))
             << error;
         for (int i = 1; i < count; i++)
             fs::copy_file(dir_ / folder / "slap0.pgm", dir_ / folder / ("slap" + std::to_string(i) + ".pgm"));
@@ -105,8 +102,7 @@ protected:
     // Waits until the output folder holds a summary, i.e. the batch runs.
     bool WaitForFirstSummary(const fs::path& out)
     {
-        for (int i = 0; i < 2000; i++)
-        {
+        for (int i = 0; i < 2000; i++) {
             std::error_code ec;
             for (const auto& entry : fs::directory_iterator(out, ec))
                 if (entry.path().extension() == ".json")
@@ -122,20 +118,16 @@ protected:
     {
         int summaries = 0;
         std::error_code ec;
-        for (const auto& entry : fs::recursive_directory_iterator(out, ec))
-        {
+        for (const auto& entry : fs::recursive_directory_iterator(out, ec)) {
             const std::string name = entry.path().filename().string();
             if (!entry.is_regular_file() || name == kovral_tool::kLockFileName)
                 continue;
             EXPECT_FALSE(name.starts_with(kovral_tool::kTemporaryPrefix)) << "temporary left: " << entry.path();
-            if (entry.path().extension() == ".json")
-            {
+            if (entry.path().extension() == ".json") {
                 json summary = json::parse(Read(entry.path()), nullptr, false);
                 EXPECT_TRUE(summary.is_object() && summary.contains("fingers")) << "partial: " << entry.path();
                 summaries++;
-            }
-            else
-            {
+            } else {
                 kovral_io::ReadResult image = kovral_io::ReadImageFile(entry.path().string());
                 EXPECT_TRUE(image.ok) << "partial: " << image.Error();
             }
@@ -164,15 +156,15 @@ TEST_F(ToolUnderFaults, FullDisk)
         {LimitFileSize<100000>, "_finger1.bmp: File too large"},
         {LimitFileSize<160000>, "_overlay.png: File too large"},
     };
-    for (const auto& [limit, file] : rows)
-    {
+    for (const auto& [limit, file] : rows) {
         SCOPED_TRACE(file);
         fs::remove_all(dir_ / "out");
         EXPECT_EQ(Run("in -o out --overlay -j 2", limit), 1);
         EXPECT_NE(err_.find(file), std::string::npos) << err_;
         // Nothing of a slap appears unless all of it does.
         EXPECT_EQ(ExpectWholeOutputs(dir_ / "out"), 0);
-        EXPECT_EQ(std::distance(fs::directory_iterator(dir_ / "out"), fs::directory_iterator()), 1) << "only the lock";
+        EXPECT_EQ(std::distance(fs::directory_iterator(dir_ / "out"), fs::directory_iterator()), 1)
+            << "only the lock";
         EXPECT_EQ(Run("in -o out --overlay"), 0) << err_;
         EXPECT_EQ(ExpectWholeOutputs(dir_ / "out"), 4);
     }
@@ -184,8 +176,7 @@ TEST_F(ToolUnderFaults, InterruptedBatch)
     Inputs(kSlaps);
     // The signal, sent to the whole process group as a terminal's Ctrl-C is, and the exit status.
     const std::tuple<int, int, std::string> rows[] = {{SIGINT, 130, "SIGINT"}, {SIGTERM, 143, "SIGTERM"}};
-    for (const auto& [signal, status, name] : rows)
-    {
+    for (const auto& [signal, status, name] : rows) {
         SCOPED_TRACE(name);
         fs::remove_all(dir_ / "out");
         pid_t run = Start("in -o out -j 2");
@@ -224,9 +215,9 @@ TEST_F(ToolUnderFaults, OddEntriesAndInputsAsOutputs)
     Inputs(2, "tree");
     fs::create_directories(dir_ / "tree/sub");
     fs::copy_file(dir_ / "tree/slap0.pgm", dir_ / "tree/sub/deep.pgm");
-    fs::create_directory_symlink("..", dir_ / "tree/sub/loop");      // a loop when links are followed
-    fs::create_directory_symlink("sub", dir_ / "tree/linked");       // a second way to sub
-    ASSERT_EQ(mkfifo((dir_ / "tree/fifo.pgm").c_str(), 0600), 0);   // would block an open for reading
+    fs::create_directory_symlink("..", dir_ / "tree/sub/loop");   // a loop when links are followed
+    fs::create_directory_symlink("sub", dir_ / "tree/linked");    // a second way to sub
+    ASSERT_EQ(mkfifo((dir_ / "tree/fifo.pgm").c_str(), 0600), 0); // would block an open for reading
     fs::copy_file(dir_ / "tree/slap0.pgm", dir_ / "tree/slap0_finger1.bmp");
     const std::string given = Read(dir_ / "tree/slap0_finger1.bmp");
 
@@ -242,8 +233,7 @@ TEST_F(ToolUnderFaults, OddEntriesAndInputsAsOutputs)
         // A folder given as input that is the output folder.
         {"tree -o tree", 1, "tree: is the output folder", 2},
     };
-    for (const auto& [args, status, error, summaries] : rows)
-    {
+    for (const auto& [args, status, error, summaries] : rows) {
         SCOPED_TRACE(args);
         fs::remove_all(dir_ / "out");
         EXPECT_EQ(Run(args), status);
@@ -253,8 +243,7 @@ TEST_F(ToolUnderFaults, OddEntriesAndInputsAsOutputs)
         EXPECT_EQ(Read(dir_ / "tree/slap0_finger1.bmp"), given);
     }
     // The output folder is never walked: a second run inside the tree finds the same slap.
-    for (int run = 0; run < 2; run++)
-    {
+    for (int run = 0; run < 2; run++) {
         EXPECT_EQ(Run("-r tree/sub -o tree/sub/out --force"), 0) << err_;
         EXPECT_NE(out_.find("1 slap split"), std::string::npos) << out_;
     }
@@ -272,7 +261,7 @@ TEST_F(ToolUnderFaults, RoughEdges)
     EXPECT_EQ(Run("in -o out"), 0) << err_;
     EXPECT_EQ(ExpectWholeOutputs(dir_ / "out"), 3);
     json cafe = json::parse(Read(dir_ / "out/caf\xe9.json"));
-    EXPECT_EQ(cafe["input_hex"], "696e2f636166e92e70676d");   // in/caf\xe9.pgm
+    EXPECT_EQ(cafe["input_hex"], "696e2f636166e92e70676d"); // in/caf\xe9.pgm
     EXPECT_EQ(cafe["fingers"][0]["file_hex"], "636166e95f66696e676572312e626d70");
 
     // Arguments, exit status, stdout and stderr exactly ("*": anything).
@@ -281,7 +270,8 @@ TEST_F(ToolUnderFaults, RoughEdges)
         {"in -o file/out", 1, "", "kovral-split: cannot create the output folder file/out: Not a directory\n"},
         // Numbers beyond the int range are refused, not wrapped.
         {"--size 4294967616x480 in", 2, "", "kovral-split: --size 4294967616x480: a number out of range\n"},
-        {"--finger-size 320x4294967776 in", 2, "", "kovral-split: --finger-size 320x4294967776: a number out of range\n"},
+        {"--finger-size 320x4294967776 in", 2, "",
+         "kovral-split: --finger-size 320x4294967776: a number out of range\n"},
         {"--size 320x-480 in", 2, "", "kovral-split: --size 320x-480: expected WIDTHxHEIGHT, e.g. 320x480\n"},
         {"--size 200x480 in", 2, "", "kovral-split: --size 200x480: slaps are 256..1600 x 360..1500 pixels\n"},
         // The rate counts slaps split only; a folder without images is a failure, not a file.
@@ -291,15 +281,12 @@ TEST_F(ToolUnderFaults, RoughEdges)
         {"-o sample -q", 0, "*", ""},
     };
     fs::create_directories(dir_ / "in/empty");
-    for (const auto& [args, status, out, err] : rows)
-    {
+    for (const auto& [args, status, out, err] : rows) {
         EXPECT_EQ(Run(args), status) << args;
-        if (out != "*")
-        {
+        if (out != "*") {
             EXPECT_EQ(out_, out) << args;
         }
-        if (err != "*")
-        {
+        if (err != "*") {
             EXPECT_EQ(err_, err) << args;
         }
     }

@@ -37,7 +37,11 @@ std::string Tagged(int type, const std::vector<std::pair<int, std::string>>& fie
     const auto text = [&](size_t length) {
         std::string s = std::to_string(type) + ".001:" + std::to_string(length);
         for (const auto& [n, v] : fields)
-            s += "\x1d" + std::to_string(type) + "." + (n < 10 ? "00" : n < 100 ? "0" : "") + std::to_string(n) + ":" + v;
+            s += "\x1d" + std::to_string(type) + "."
+                + (n < 10        ? "00"
+                       : n < 100 ? "0"
+                                 : "")
+                + std::to_string(n) + ":" + v;
         return s + "\x1c";
     };
     size_t length = text(0).size();
@@ -50,14 +54,30 @@ std::string Tagged(int type, const std::vector<std::pair<int, std::string>>& fie
 // (pixels per inch) ppi, amp as field 14.018 holds it.
 std::string Transaction(const slapgen::Slap& slap, int fgp, int ppi, const std::string& amp = "")
 {
-    std::vector<std::pair<int, std::string>> f = {
-        {2, "1"}, {3, "0"}, {6, std::to_string(slap.width)}, {7, std::to_string(slap.height)}, {8, "1"},
-        {9, std::to_string(ppi)}, {10, std::to_string(ppi)}, {11, "NONE"}, {13, std::to_string(fgp)}};
+    std::vector<std::pair<int, std::string>> f = {{2, "1"},
+                                                  {3, "0"},
+                                                  {6, std::to_string(slap.width)},
+                                                  {7, std::to_string(slap.height)},
+                                                  {8, "1"},
+                                                  {9, std::to_string(ppi)},
+                                                  {10, std::to_string(ppi)},
+                                                  {11, "NONE"},
+                                                  {13, std::to_string(fgp)}};
     if (!amp.empty())
         f.push_back({18, amp});
     f.push_back({999, std::string(slap.pixels.begin(), slap.pixels.end())});
-    return Tagged(1, {{2, "0500"}, {3, "1\x1f" "1\x1e" "14\x1f" "1"}, {4, "T"}, {5, "20240101"}, {11, "19.69"},
-                      {12, "19.69"}}) + Tagged(14, f);
+    return Tagged(1,
+                  {{2, "0500"},
+                   {3,
+                    "1\x1f"
+                    "1\x1e"
+                    "14\x1f"
+                    "1"},
+                   {4, "T"},
+                   {5, "20240101"},
+                   {11, "19.69"},
+                   {12, "19.69"}})
+        + Tagged(14, f);
 }
 
 slapgen::Slap Hand(int w, int h, bool right, uint32_t seed, std::vector<size_t> drop = {})
@@ -101,8 +121,7 @@ protected:
     // its centre (the centre inside the box), and its file carries the code.
     void ExpectBoxes(const json& s, double scale, bool codesInNames)
     {
-        for (const json& f : s["fingers"])
-        {
+        for (const json& f : s["fingers"]) {
             SCOPED_TRACE(f.dump());
             const json& box = f.at("box");
             EXPECT_NEAR(Distance(box["tl"], box["tr"]), s["finger_width"].get<double>() / scale, 1.5);
@@ -111,8 +130,7 @@ protected:
             EXPECT_NEAR(Distance(box["tr"], box["br"]), Distance(box["tl"], box["bl"]), 1.5);
             const double x = f["x"], y = f["y"];
             double minX = 1e9, maxX = -1e9, minY = 1e9, maxY = -1e9;
-            for (const char* c : {"tl", "tr", "bl", "br"})
-            {
+            for (const char* c : {"tl", "tr", "bl", "br"}) {
                 minX = std::min(minX, box[c][0].get<double>()), maxX = std::max(maxX, box[c][0].get<double>());
                 minY = std::min(minY, box[c][1].get<double>()), maxY = std::max(maxY, box[c][1].get<double>());
             }
@@ -135,13 +153,13 @@ TEST_F(FingerprintInputs, NistTransactionFiles)
     {
         const char* name;
         int type, position;
-        std::vector<int> codes;   // when every finger of the slap is found; otherwise all 0, with the reason
-        bool sizeNote;            // the record's size disagrees with its image's
+        std::vector<int> codes; // when every finger of the slap is found; otherwise all 0, with the reason
+        bool sizeNote;          // the record's size disagrees with its image's
     } rows[] = {
-        {"valid1.8_r3", 14, 13, {2, 3, 4, 5}, true},                // right four
-        {"valid1.8_r4", 14, 14, {10, 9, 8, 7}, true},               // left four: little finger leftmost
-        {"valid1.8_r5", 14, 15, {6, 1}, true},                      // thumbs: left thumb leftmost
-        {"nist-type-4-14-flats_r3", 4, 14, {10, 9, 8, 7}, false},   // binary Type-4 records of a card
+        {"valid1.8_r3", 14, 13, {2, 3, 4, 5}, true},              // right four
+        {"valid1.8_r4", 14, 14, {10, 9, 8, 7}, true},             // left four: little finger leftmost
+        {"valid1.8_r5", 14, 15, {6, 1}, true},                    // thumbs: left thumb leftmost
+        {"nist-type-4-14-flats_r3", 4, 14, {10, 9, 8, 7}, false}, // binary Type-4 records of a card
         {"nist-type-4-14-flats_r4", 4, 13, {2, 3, 4, 5}, false},
         {"nist-type-4-14-flats_r5", 14, 15, {6, 1}, false},
     };
@@ -149,14 +167,13 @@ TEST_F(FingerprintInputs, NistTransactionFiles)
     for (const auto& entry : fs::directory_iterator(dir_ / "kovral-out"))
         summaries += entry.path().extension() == ".json";
     EXPECT_EQ(summaries, std::size(rows)) << "one slap per slap record";
-    for (const auto& row : rows)
-    {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         const json s = Summary(row.name);
         EXPECT_EQ(s["source"]["record_type"], row.type);
         EXPECT_EQ(s["source"]["finger_position"], row.position);
         EXPECT_EQ(s["source"].contains("notes"), row.sizeNote);
-        EXPECT_NEAR(s["resolution"]["stated"].get<double>(), 500, 0.2);   // Type-4: 19.69 pixels per mm
+        EXPECT_NEAR(s["resolution"]["stated"].get<double>(), 500, 0.2); // Type-4: 19.69 pixels per mm
         EXPECT_EQ(s["resolution"]["used_from"], "stated");
         EXPECT_FALSE(s["resolution"].contains("warnings")) << "the ridges agree with 500 ppi";
         EXPECT_EQ(s["fgp_from"], "record");
@@ -165,8 +182,7 @@ TEST_F(FingerprintInputs, NistTransactionFiles)
             codes.push_back(f["fgp"]);
         if (s["count"] == row.codes.size())
             EXPECT_EQ(codes, row.codes);
-        else
-        {
+        else {
             EXPECT_EQ(codes, std::vector<int>(codes.size(), 0));
             EXPECT_TRUE(s.contains("fgp_reason"));
         }
@@ -203,8 +219,7 @@ TEST_F(FingerprintInputs, BuiltTransactions)
     EXPECT_EQ(s["resolution"]["scale"], 2.0);
     EXPECT_EQ(s["resolution"]["split_width"], 1600);
     ASSERT_EQ(s["count"], 4);
-    for (size_t i = 0; i < 4; i++)
-    {
+    for (size_t i = 0; i < 4; i++) {
         EXPECT_NEAR(s["fingers"][i]["x"].get<double>(), big.truth[i].cx / 2.0, 25) << i;
         EXPECT_NEAR(s["fingers"][i]["y"].get<double>(), big.truth[i].cy / 2.0, 25) << i;
     }
@@ -215,8 +230,9 @@ TEST_F(FingerprintInputs, ResolutionsAndLimits)
 {
     std::string error;
     const auto pgm = [&](const std::string& file, const slapgen::Slap& slap) {
-        ASSERT_TRUE(kovral_tool::WriteGrayImageFile((dir_ / file).string(), {slap.width, slap.height, slap.pixels},
-                                                    error)) << error;
+        ASSERT_TRUE(
+            kovral_tool::WriteGrayImageFile((dir_ / file).string(), {slap.width, slap.height, slap.pixels}, error))
+            << error;
     };
     const slapgen::Slap hand = Hand(1600, 1000, true, 4);
     const kovral_io::ResampledImage half = kovral_io::Resample(hand.pixels.data(), 1600, 1000, 0.5);
@@ -229,9 +245,9 @@ TEST_F(FingerprintInputs, ResolutionsAndLimits)
         const char* args;
         const char* name;
         int status;
-        const char* key;     // a field of the slap's summary, as "resolution.used_from"
+        const char* key; // a field of the slap's summary, as "resolution.used_from"
         json value;
-        const char* error;   // the tool's message, when it fails
+        const char* error; // the tool's message, when it fails
     } rows[] = {
         // No resolution stated: --ppi auto splits it at the 250 ppi its ridges measure.
         {"half.pgm --ppi auto -f", "half", 0, "resolution.used", 250.0, ""},
@@ -247,12 +263,10 @@ TEST_F(FingerprintInputs, ResolutionsAndLimits)
         {"half.pgm --ppi 20", "", 2, "", nullptr, "--ppi 20: expected auto or a resolution of 100..5000\n"},
         {"half.pgm --ppi 5OO", "", 2, "", nullptr, "--ppi 5OO: expected auto or a resolution of 100..5000\n"},
     };
-    for (const auto& row : rows)
-    {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.args);
         EXPECT_EQ(Run(row.args), row.status);
-        if (row.status != 0)
-        {
+        if (row.status != 0) {
             EXPECT_EQ(err_, std::string("kovral-split: ") + row.error);
             continue;
         }
@@ -283,7 +297,9 @@ TEST_F(FingerprintInputs, WsqFileAndUnusableTransactions)
     EXPECT_EQ(Summary("right")["fgp_from"], "judgement");
     EXPECT_NE(err_.find("cut.an2: holds no slap record"), std::string::npos) << err_;
     EXPECT_NE(err_.find("single.an2: holds no slap record (finger position 13, 14 or 15; --records all splits "
-                        "every image record)"), std::string::npos) << err_;
+                        "every image record)"),
+              std::string::npos)
+        << err_;
     // --records all: the single finger's record, and its code from the record.
     EXPECT_EQ(Run("single.an2 --records all"), 0) << err_;
     const json s = Summary("single_r2");
@@ -305,17 +321,16 @@ TEST_F(FingerprintInputs, FingersAsTransaction)
     ASSERT_TRUE(back.ok) << back.reason;
     EXPECT_TRUE(back.warnings.empty());
     size_t k = 0;
-    for (const char* name : {"valid1.8_r3", "valid1.8_r4", "valid1.8_r5"})
-    {
+    for (const char* name : {"valid1.8_r3", "valid1.8_r4", "valid1.8_r5"}) {
         const json summary = Summary(name);
-        for (const json& f : summary["fingers"])
-        {
+        for (const json& f : summary["fingers"]) {
             ASSERT_LT(k, back.images.size());
             const kovral_io::FingerprintImage& image = back.images[k++];
             kovral_tool::GrayImage finger;
             std::string error;
             ASSERT_TRUE(kovral_tool::DecodeImageFile((dir_ / "kovral-out" / f["file"].get<std::string>()).string(),
-                                                     std::nullopt, finger, error)) << error;
+                                                     std::nullopt, finger, error))
+                << error;
             EXPECT_EQ(image.position, f["fgp"]);
             EXPECT_EQ(image.ppi, 500);
             EXPECT_EQ(image.width, finger.width);

@@ -29,17 +29,14 @@ TEST(SlapDecoding, SizesAndRawFiles)
         {"raw", raw, PixelSize{300, 400}, ""},
         // Only a file of no known format gets the hint.
         {"raw without a size", raw, {}, "not a PNG, JPEG, BMP, PGM/PPM image (raw files need --size WxH)"},
-        {"truncated PGM without a size", cut, {},
-         "truncated PGM: 120014 of 120015 bytes"},
+        {"truncated PGM without a size", cut, {}, "truncated PGM: 120014 of 120015 bytes"},
     };
-    for (const auto& [what, bytes, rawSize, error] : rows)
-    {
+    for (const auto& [what, bytes, rawSize, error] : rows) {
         kovral_tool::GrayImage image;
         std::string reason;
         EXPECT_EQ(kovral_tool::DecodeImage(bytes, rawSize, image, reason), error.empty()) << what;
         EXPECT_EQ(reason.substr(0, error.size()), error) << what;
-        if (error.empty() || error.find("truncated") == 0)
-        {
+        if (error.empty() || error.find("truncated") == 0) {
             EXPECT_EQ(reason, error) << what;
         }
     }

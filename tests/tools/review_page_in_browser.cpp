@@ -45,8 +45,7 @@ void WriteSlap(const std::string& file, size_t fingers, uint32_t seed)
     plan.fingers.resize(fingers);
     slapgen::Slap slap = slapgen::Generate(plan);
     std::string error;
-    ASSERT_TRUE(kovral_tool::WriteGrayImageFile((kDir / file).string(), {1400, 1000, slap.pixels}, error))
-        << error;
+    ASSERT_TRUE(kovral_tool::WriteGrayImageFile((kDir / file).string(), {1400, 1000, slap.pixels}, error)) << error;
 }
 
 // Runs chromium headless on url with a fresh profile, the given extra flags; output into log.
@@ -58,14 +57,13 @@ int Chromium(const std::string& url, const std::string& flags, const std::string
                  + " chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run"
                    " --disable-background-networking --disable-component-update --disable-sync"
                    " --hide-scrollbars --virtual-time-budget="
-                 + std::to_string(kPageBudgetMilliseconds) + " --user-data-dir=" + profile.string() + " " + flags + " '"
-                 + url + "' >" + (kDir / (log + ".out")).string() + " 2>" + (kDir / (log + ".log")).string());
+                 + std::to_string(kPageBudgetMilliseconds) + " --user-data-dir=" + profile.string() + " " + flags
+                 + " '" + url + "' >" + (kDir / (log + ".out")).string() + " 2>" + (kDir / (log + ".log")).string());
 }
 
 TEST(ReviewPageInBrowser, RowsRenderImagesLoadAndTheScriptSorts)
 {
-    if (Shell("command -v chromium >/dev/null") != 0)
-    {
+    if (Shell("command -v chromium >/dev/null") != 0) {
         if (std::getenv("CI"))
             FAIL() << "chromium is missing; CI installs it (scripts/install_packages.sh chromium)";
         GTEST_SKIP() << "chromium is not installed and could not be installed";
@@ -78,8 +76,8 @@ TEST(ReviewPageInBrowser, RowsRenderImagesLoadAndTheScriptSorts)
     WriteSlap("odd #1 %.png", 4, 8);
     WriteSlap("two.png", 2, 4);
     std::ofstream(kDir / "broken.png") << "\x89PNG\r\n";
-    const std::string run = "cd '" + kDir.string() + "' && " KOVRAL_SPLIT_EXE
-                            " -q right.png 'odd #1 %.png' two.png broken.png --report pages/review.html";
+    const std::string run = "cd '" + kDir.string()
+        + "' && " KOVRAL_SPLIT_EXE " -q right.png 'odd #1 %.png' two.png broken.png --report pages/review.html";
     ASSERT_EQ(Shell(run + " >/dev/null 2>&1"), 1) << "the broken file fails the batch, the page is still written";
     ASSERT_TRUE(fs::exists(kDir / "pages/review.html"));
     EXPECT_EQ(fs::directory_iterator(kDir / "pages")->path().filename(), "review.html") << "no temporary left";

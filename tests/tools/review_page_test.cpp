@@ -18,8 +18,7 @@ using Json = nlohmann::ordered_json;
 ReviewSlap Split(const std::string& input, int count, const Json& extra = nullptr, const Json& finger = nullptr)
 {
     Json record{{"input", input}, {"result", 1}, {"count", count}, {"fingers", Json::array()}};
-    for (int i = 0; i < count; i++)
-    {
+    for (int i = 0; i < count; i++) {
         Json f{{"position", i + 1}, {"quality", 40 + i}, {"file", input + std::to_string(i + 1) + ".bmp"}};
         if (finger.is_object())
             f.update(finger);
@@ -43,22 +42,22 @@ TEST(ReviewPage, FailedThenFlaggedThenOkInInputOrder)
 {
     std::vector<ReviewSlap> slaps = {
         Split("ok1", 4),
-        {"unreadable", false, "corrupt PNG", nullptr, {}, {}},   // failed before any summary
-        Split("touching", 4, {}, {{"flags", {"touching"}}}),     // every finger flagged
-        Split("none", 0),                                        // split, but nothing found
+        {"unreadable", false, "corrupt PNG", nullptr, {}, {}}, // failed before any summary
+        Split("touching", 4, {}, {{"flags", {"touching"}}}),   // every finger flagged
+        Split("none", 0),                                      // split, but nothing found
         Split("text", 4, {{"deficiencies", {"artifacts: text"}}}),
         Split("wrong-hand", 4, {{"hand", {{"hand", "left four"}, {"confidence", 80}, {"mismatch", true}}}}),
-        Split("bits", 2, {}, {{"flags", 5}}),                    // a bit set, shown in hex
-        Split("ok2", 2, {{"flags", Json::array()}}),             // empty flag lists flag nothing
-        {"refused", false, "ok2.json exists", Split("x", 4).record, {}, {}},   // failed despite a summary
+        Split("bits", 2, {}, {{"flags", 5}}),                                // a bit set, shown in hex
+        Split("ok2", 2, {{"flags", Json::array()}}),                         // empty flag lists flag nothing
+        {"refused", false, "ok2.json exists", Split("x", 4).record, {}, {}}, // failed despite a summary
     };
     std::string html = ReviewPageHtml(slaps, "/out");
     EXPECT_EQ(All(html, "<span class=\"input\">([^<]*)<"),
-              (std::vector<std::string>{"unreadable", "refused", "touching", "none", "text", "wrong-hand", "bits", "ok1",
-                                        "ok2"}));
+              (std::vector<std::string>{"unreadable", "refused", "touching", "none", "text", "wrong-hand", "bits",
+                                        "ok1", "ok2"}));
     EXPECT_EQ(All(html, "data-status=\"([a-z]+)\""),
-              (std::vector<std::string>{"failed", "failed", "flagged", "flagged", "flagged", "flagged", "flagged", "ok",
-                                        "ok"}));
+              (std::vector<std::string>{"failed", "failed", "flagged", "flagged", "flagged", "flagged", "flagged",
+                                        "ok", "ok"}));
     // Flags of the flagged rows in order, slap-wide ones before the fingers'.
     EXPECT_EQ(All(html, "<span class=\"flag\">([^<]*)<"),
               (std::vector<std::string>{"finger 1: touching", "finger 2: touching", "finger 3: touching",

@@ -47,10 +47,9 @@ Files Reference(const Options& options, const InputFile& input)
     summary.width = read.width;
     summary.height = read.height;
     kovral_io::SplitPreparation& prepared = summary.placement.prepared;
-    prepared = kovral_io::PrepareForSplit(read.pixels.data(), read.width, read.height,
-                                          summary.placement.source.statedPpi, kovral_io::PpiMode::Stated, 0,
-                                          kovral_io::FitMode::Refuse,
-                                          {KOVRAL_MIN_WIDTH, KOVRAL_MIN_HEIGHT, KOVRAL_MAX_WIDTH, KOVRAL_MAX_HEIGHT});
+    prepared = kovral_io::PrepareForSplit(
+        read.pixels.data(), read.width, read.height, summary.placement.source.statedPpi, kovral_io::PpiMode::Stated,
+        0, kovral_io::FitMode::Refuse, {KOVRAL_MIN_WIDTH, KOVRAL_MIN_HEIGHT, KOVRAL_MAX_WIDTH, KOVRAL_MAX_HEIGHT});
     if (!prepared.ok)
         return {};
     GrayImage image{prepared.width, prepared.height, prepared.pixels};
@@ -70,8 +69,7 @@ Files Reference(const Options& options, const InputFile& input)
     summary.result = KOVRAL_DoSplit(image.pixels.data(), image.width, image.height, nullptr, finger.width,
                                     finger.height, &summary.count, info);
     const bool split = summary.result == KOVRAL_OK;
-    if (split)
-    {
+    if (split) {
         std::copy_n(info, std::min(summary.count, kMaxFingers), summary.fingers);
         if (summary.count == kMaxFingers)
             summary.judgement = KOVRAL_JudegeFingers(summary.count, info);
@@ -81,8 +79,7 @@ Files Reference(const Options& options, const InputFile& input)
     KOVRAL_Uninit();
 
     Files files;
-    for (int i = 0; split && i < summary.count; i++)
-    {
+    for (int i = 0; split && i < summary.count; i++) {
         const std::string path = FingerPath(options, input.name, i + 1, FileFingerPosition(summary.placement, i));
         GrayImage fingerImage{finger.width, finger.height,
                               std::vector<uint8_t>(info[i].pFpImg, info[i].pFpImg + fingerBytes)};
@@ -90,14 +87,13 @@ Files Reference(const Options& options, const InputFile& input)
                                                                : kovral_io::EncodeGrayBmp(fingerImage));
         summary.fingerFiles.push_back(fs::path(path).filename().string());
     }
-    if (options.overlay)
-    {
+    if (options.overlay) {
         std::vector<FingerMark> marks;
         for (int i = 0; split && i < summary.count; i++)
             marks.push_back({info[i].x, info[i].y, info[i].angle, i + 1});
         RgbImage overlay = DrawOverlay(image, marks, finger.width, finger.height);
-        files[OverlayPath(options, input.name)] =
-            Text(kovral_io::EncodeRgbPng(overlay.pixels.data(), overlay.width, overlay.height));
+        files[OverlayPath(options, input.name)]
+            = Text(kovral_io::EncodeRgbPng(overlay.pixels.data(), overlay.width, overlay.height));
     }
     files[SummaryPath(options, input.name)] = SummaryText(summary);
     return files;
@@ -124,7 +120,7 @@ TEST(SlapJob, WorkspaceReusedAcrossSlapsWritesWhatAFreshSplitWrites)
         int w, h, tilt, fingers;
         std::optional<PixelSize> fingerSize;
         bool png, overlay;
-        bool kept;   // an upright finger whose buffer is higher than the rows used: it keeps its bytes
+        bool kept; // an upright finger whose buffer is higher than the rows used: it keeps its bytes
     };
     // In this order through one workspace, so that each slap meets the memory its predecessors left.
     const Row rows[] = {
@@ -138,11 +134,9 @@ TEST(SlapJob, WorkspaceReusedAcrossSlapsWritesWhatAFreshSplitWrites)
         {"wide.bmp", 1600, 1000, -12, 4, PixelSize{400, 560}, false, false, false}, // buffers grow
         {"small.pgm", 256, 360, 0, 1, {}, false, false, false},                     // smallest, after the largest
     };
-    for (const Row& row : rows)
-    {
+    for (const Row& row : rows) {
         const std::string path = (dir / "in" / row.file).string();
-        if (row.w == 0)
-        {
+        if (row.w == 0) {
             std::ofstream(path, std::ios::binary) << "P5\n1600 1000\n255\nshort";
             continue;
         }
@@ -154,8 +148,7 @@ TEST(SlapJob, WorkspaceReusedAcrossSlapsWritesWhatAFreshSplitWrites)
     }
 
     SplitWorkspace workspace;
-    for (const Row& row : rows)
-    {
+    for (const Row& row : rows) {
         SCOPED_TRACE(row.file);
         Options options;
         options.outDir = (dir / "out").string();
@@ -163,23 +156,22 @@ TEST(SlapJob, WorkspaceReusedAcrossSlapsWritesWhatAFreshSplitWrites)
         options.format = row.png ? FingerFormat::Png : FingerFormat::Bmp;
         options.overlay = row.overlay;
         options.rawSize = PixelSize{800, 750};
-        options.accurate = false;   // the road it is compared with splits with KOVRAL_DoSplit
+        options.accurate = false; // the road it is compared with splits with KOVRAL_DoSplit
         const InputFile input{(dir / "in" / row.file).string(), fs::path(row.file).stem().string(), ""};
         const std::set<FileIdentity> inputs = InputIdentities({input});
         const TaskOutcome outcome = SlapSplitter(options, inputs, &workspace).Split(input);
         EXPECT_EQ(outcome.ok, row.w != 0) << outcome.message;
         const Files want = Reference(options, input);
-        if (row.kept)
-        {
+        if (row.kept) {
             const nlohmann::json summary = nlohmann::json::parse(want.at(SummaryPath(options, input.name)));
-            EXPECT_TRUE(std::any_of(summary["fingers"].begin(), summary["fingers"].end(),
-                                    [](const nlohmann::json& f) { return std::abs(f["angle"].get<int>() - 90) <= 4; }))
+            EXPECT_TRUE(
+                std::any_of(summary["fingers"].begin(), summary["fingers"].end(),
+                            [](const nlohmann::json& f) { return std::abs(f["angle"].get<int>() - 90) <= 4; }))
                 << "no finger cut as a window: " << summary.dump();
         }
         const Files got = Written(options, input.name);
         ASSERT_EQ(got.size(), want.size());
-        for (const auto& [path, bytes] : want)
-        {
+        for (const auto& [path, bytes] : want) {
             ASSERT_TRUE(got.count(path)) << path;
             EXPECT_TRUE(got.at(path) == bytes) << path;
         }

@@ -32,8 +32,7 @@ TEST(SlapSummary, HandMismatchWithRecord)
         // A single finger's position is no slap's hand.
         {2, KOVRAL_HAND_LEFT, "", ""},
     };
-    for (const Row& row : rows)
-    {
+    for (const Row& row : rows) {
         SCOPED_TRACE(row.recordPosition);
         SlapSummary summary;
         summary.accurate = true;

@@ -43,7 +43,7 @@ protected:
     int Run(const std::string& args)
     {
         std::string command = "mkdir -p " + dir_.string() + " && cd " + dir_.string() + " && " KOVRAL_SPLIT_EXE " "
-                              + args + " >stdout 2>stderr";
+            + args + " >stdout 2>stderr";
         int status = std::system(command.c_str());
         out_ = Read(dir_ / "stdout");
         err_ = Read(dir_ / "stderr");
@@ -87,16 +87,24 @@ protected:
                                     &count, info);
         ASSERT_GT(count, 0) << "a generated slap gives fingers";
         json got = json::parse(Read(dir_ / "kovral-out" / (name + ".json")));
-        json want = {{"input", input}, {"width", image.width}, {"height", image.height},
-                     {"finger_width", size.width}, {"finger_height", size.height}, {"result", result},
-                     {"count", count}, {"fingers", json::array()}};
-        if (count == kovral_tool::kMaxFingers)   // the meaning is only words for the judgement
+        json want = {{"input", input},
+                     {"width", image.width},
+                     {"height", image.height},
+                     {"finger_width", size.width},
+                     {"finger_height", size.height},
+                     {"result", result},
+                     {"count", count},
+                     {"fingers", json::array()}};
+        if (count == kovral_tool::kMaxFingers) // the meaning is only words for the judgement
             want["hand"] = {{"judgement", KOVRAL_JudegeFingers(count, info)}, {"meaning", got["hand"]["meaning"]}};
-        auto finger = [&](int i) { return dir_ / "kovral-out" / (name + "_finger" + std::to_string(i + 1) + ".bmp"); };
-        for (int i = 0; i < count; i++)
-        {
-            want["fingers"].push_back({{"position", i + 1}, {"x", info[i].x}, {"y", info[i].y},
-                                       {"angle", info[i].angle}, {"quality", info[i].quality},
+        auto finger
+            = [&](int i) { return dir_ / "kovral-out" / (name + "_finger" + std::to_string(i + 1) + ".bmp"); };
+        for (int i = 0; i < count; i++) {
+            want["fingers"].push_back({{"position", i + 1},
+                                       {"x", info[i].x},
+                                       {"y", info[i].y},
+                                       {"angle", info[i].angle},
+                                       {"quality", info[i].quality},
                                        {"file", finger(i).filename().string()}});
             KOVRAL_SaveToBmp(info[i].pFpImg, size.width, size.height, (dir_ / "expected.bmp").c_str());
             EXPECT_TRUE(Read(finger(i)) == Read(dir_ / "expected.bmp")) << finger(i);
@@ -105,14 +113,17 @@ protected:
         // A 500 ppi image is split as it is: its boxes are the library's corners as they are. Finger
         // positions and the slap's placement fields are checked on fingerprint files.
         EXPECT_EQ(got["resolution"]["scale"], 1.0);
-        for (int i = 0; i < count && i < int(got["fingers"].size()); i++)
-        {
+        for (int i = 0; i < count && i < int(got["fingers"].size()); i++) {
             json& f = got["fingers"][size_t(i)];
             tagPOINT c[4];
             ASSERT_EQ(kovral_finger_corners(image.width, image.height, size.width, size.height, info[i].x, info[i].y,
-                                            info[i].angle, c), KOVRAL_OK);
-            EXPECT_EQ(f["box"], json({{"bl", {c[2].x, c[2].y}}, {"br", {c[3].x, c[3].y}}, {"tl", {c[0].x, c[0].y}},
-                                      {"tr", {c[1].x, c[1].y}}}));
+                                            info[i].angle, c),
+                      KOVRAL_OK);
+            EXPECT_EQ(f["box"],
+                      json({{"bl", {c[2].x, c[2].y}},
+                            {"br", {c[3].x, c[3].y}},
+                            {"tl", {c[0].x, c[0].y}},
+                            {"tr", {c[1].x, c[1].y}}}));
             f.erase("box");
             f.erase("fgp");
         }
@@ -130,24 +141,30 @@ TEST_F(SplitTool, EveryFormatInABatchWithBadFiles)
     // Each format carries a different hand, so that a mixed-up file would show; colour is gray in three
     // equal channels. Outputs are named after the file (with the extension where names clash: right.raw
     // sorts after right.png), in the subdirectory it came from.
-    const std::tuple<std::string, std::string, int, int, int> rows[] = {
-        {"right.png", "right", 1600, 1000, 0},    {"left.bmp", "left", 1400, 900, -12},
-        {"tilted.pgm", "tilted", 1600, 1100, 15}, {"small.png", "small", 1200, 800, 5},
-        {"lossy.jpg", "lossy", 1600, 1000, 8},    {"right.raw", "right-raw", 1300, 900, -5},
-        {"visit2/colour.rgb.png", "visit2/colour.rgb", 1500, 1000, 0}};
+    const std::tuple<std::string, std::string, int, int, int> rows[]
+        = {{"right.png", "right", 1600, 1000, 0},
+           {"left.bmp", "left", 1400, 900, -12},
+           {"tilted.pgm", "tilted", 1600, 1100, 15},
+           {"small.png", "small", 1200, 800, 5},
+           {"lossy.jpg", "lossy", 1600, 1000, 8},
+           {"right.raw", "right-raw", 1300, 900, -5},
+           {"visit2/colour.rgb.png", "visit2/colour.rgb", 1500, 1000, 0}};
     for (const auto& [file, name, w, h, tilt] : rows)
         Write("scans/" + file, w, h, tilt, w + h + tilt);
     std::string png = Read(dir_ / "scans/right.png");
     std::ofstream(dir_ / "scans/broken.png", std::ios::binary) << png.substr(0, png.size() / 2);
     // Empty files a directory does not give: other extensions, hidden files and directories.
-    std::system(("cd " + dir_.string() + " && mkdir -p scans/.git empty && touch scans/notes.txt scans/.hidden.png "
-                 "scans/.git/x.png empty/.hidden.png").c_str());
+    std::system(("cd " + dir_.string()
+                 + " && mkdir -p scans/.git empty && touch scans/notes.txt scans/.hidden.png "
+                   "scans/.git/x.png empty/.hidden.png")
+                    .c_str());
 
     EXPECT_EQ(Run("scans missing.png empty -r -j 2 --size 1300x900 --locator exact"), 1);
     // One line per bad input, naming it and the reason; every good slap is written, the bad ones leave nothing.
-    EXPECT_EQ(err_, "kovral-split: empty: no image files in this folder tree\n"
-                    "kovral-split: scans/broken.png: truncated PNG: end of stream\n"
-                    "kovral-split: missing.png: cannot open: No such file or directory\n");
+    EXPECT_EQ(err_,
+              "kovral-split: empty: no image files in this folder tree\n"
+              "kovral-split: scans/broken.png: truncated PNG: end of stream\n"
+              "kovral-split: missing.png: cannot open: No such file or directory\n");
     for (const auto& [file, name, w, h, tilt] : rows)
         ExpectLibraryResults("scans/" + file, name);
     EXPECT_FALSE(fs::exists(dir_ / "kovral-out/broken.json"));
@@ -172,8 +189,7 @@ TEST_F(SplitTool, FingerSizesAndForce)
         {"low.pgm -f --finger-size 320x480", 1, "low.pgm: finger size 320x480 is larger than the 1600 x 470 image"},
         {"big.png --finger-size 255x360", 2, "--finger-size 255x360" + limits},
         {"big.png --finger-size 1600x1501", 2, "--finger-size 1600x1501" + limits}};
-    for (const auto& [args, status, error] : refused)
-    {
+    for (const auto& [args, status, error] : refused) {
         EXPECT_EQ(Run(args), status) << args;
         EXPECT_EQ(err_, "kovral-split: " + error + "\n");
     }
@@ -217,14 +233,14 @@ TEST_F(SplitTool, AccurateLocator)
     kovral_splitter* splitter = kovral_splitter_new(image.width, image.height);
     int count = 0;
     kovral_slap_report report = {};
-    ASSERT_EQ(kovral_split(splitter, image.pixels.data(), image.width, image.height, &options, fingers, &count,
-                           &report), KOVRAL_OK);
+    ASSERT_EQ(
+        kovral_split(splitter, image.pixels.data(), image.width, image.height, &options, fingers, &count, &report),
+        KOVRAL_OK);
     kovral_splitter_free(splitter);
     ASSERT_EQ(got["count"], count);
     EXPECT_EQ(got["hand"]["layout"], report.hand == KOVRAL_HAND_RIGHT ? "right four" : "left four");
     EXPECT_EQ(got["hand"]["confidence"], report.hand_confidence);
-    for (int i = 0; i < count; i++)
-    {
+    for (int i = 0; i < count; i++) {
         const json& f = got["fingers"][static_cast<size_t>(i)];
         EXPECT_EQ(f["x"], fingers[i].x);
         EXPECT_EQ(f["y"], fingers[i].y);
@@ -232,7 +248,8 @@ TEST_F(SplitTool, AccurateLocator)
         EXPECT_EQ(f["confidence"], fingers[i].confidence);
         KOVRAL_SaveToBmp(fingers[i].image, size.width, size.height, (dir_ / "expected.bmp").c_str());
         EXPECT_TRUE(Read(dir_ / "kovral-out" / ("right_finger" + std::to_string(i + 1) + ".bmp"))
-                    == Read(dir_ / "expected.bmp")) << i;
+                    == Read(dir_ / "expected.bmp"))
+            << i;
     }
 
     EXPECT_EQ(Run("right.png --locator best"), 2);
@@ -243,7 +260,7 @@ TEST(WorkerPool, CrashCostsOnlyItsTask)
 {
     const pid_t parent = getpid();
     const std::string crash = "the worker process was killed by signal " + std::to_string(SIGABRT);
-    std::vector<std::string> got(6);   // a task reported twice shows twice
+    std::vector<std::string> got(6); // a task reported twice shows twice
     kovral_tool::RunInWorkers(
         got.size(), 2,
         [&](size_t i) {

@@ -37,11 +37,18 @@ TEST(AngleTables, FloatValuesAndRounding)
 TEST(AngleTables, OutsideTheDomain)
 {
     EXPECT_EQ(std::tuple(sindn(180), cosdn(180), cosd(180)), std::tuple(0, -2048, -1.0f));
-    const std::pair<int, int> cases[] = {{-180, 180}, {360, 0}, {361, 1}, {-181, 179}, {765, 45}, {-390, -30},
-                                         {INT_MAX, INT_MAX % 360}, {INT_MIN, INT_MIN % 360 + 360}};
+    const std::pair<int, int> cases[] = {{-180, 180},
+                                         {360, 0},
+                                         {361, 1},
+                                         {-181, 179},
+                                         {765, 45},
+                                         {-390, -30},
+                                         {INT_MAX, INT_MAX % 360},
+                                         {INT_MIN, INT_MIN % 360 + 360}};
     for (auto [a, same] : cases)
         EXPECT_EQ(std::tuple(sindn(a), cosdn(a), sind(a), cosd(a)),
-                  std::tuple(sindn(same), cosdn(same), sind(same), cosd(same))) << a;
+                  std::tuple(sindn(same), cosdn(same), sind(same), cosd(same)))
+            << a;
 }
 
 } // namespace

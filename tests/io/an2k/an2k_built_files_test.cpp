@@ -15,7 +15,11 @@ std::string Tagged(int type, const std::vector<std::pair<int, std::string>>& fie
     const auto text = [&](size_t length) {
         std::string s = std::to_string(type) + ".001:" + std::to_string(length);
         for (const auto& [n, v] : fields)
-            s += "\x1d" + std::to_string(type) + "." + (n < 10 ? "00" : n < 100 ? "0" : "") + std::to_string(n) + ":" + v;
+            s += "\x1d" + std::to_string(type) + "."
+                + (n < 10        ? "00"
+                       : n < 100 ? "0"
+                                 : "")
+                + std::to_string(n) + ":" + v;
         return s + "\x1c";
     };
     size_t length = text(0).size();
@@ -48,10 +52,9 @@ Bytes Transaction(const std::vector<std::tuple<int, int, std::string>>& records,
 std::string Type14(int idc, int fgp, int w, int h, const std::string& slc, const std::string& cga,
                    const std::string& data, const std::string& amp = "", const std::string& tvps = "")
 {
-    std::vector<std::pair<int, std::string>> f = {{2, std::to_string(idc)}, {3, "0"}, {6, std::to_string(w)},
-                                                  {7, std::to_string(h)}};
-    if (!slc.empty())
-    {
+    std::vector<std::pair<int, std::string>> f
+        = {{2, std::to_string(idc)}, {3, "0"}, {6, std::to_string(w)}, {7, std::to_string(h)}};
+    if (!slc.empty()) {
         const size_t at = slc.find(' ');
         f.push_back({8, slc.substr(0, at)});
         f.push_back({9, slc.substr(at + 1)});
@@ -75,7 +78,11 @@ TEST(An2kBuiltFiles, RecordsAndPixels)
     const Bytes file = Transaction({
         {3, 1, Binary(1, 13, 6, 4, 0, gray)},
         {6, 2, Binary(2, 2, 10, 2, 0, bits)},
-        {14, 3, Type14(3, 14, 6, 4, "2 197", "none", gray, "9\x1fXX\x1e" "7\x1fUP", "197")},
+        {14, 3,
+         Type14(3, 14, 6, 4, "2 197", "none", gray,
+                "9\x1fXX\x1e"
+                "7\x1fUP",
+                "197")},
         {14, 4, Type14(4, 15, 6, 4, "1 1000", "PNG", "\x89PNG")},
         {14, 5, Type14(5, 1, 6, 4, "0 0", "JP2", "x")},
         {14, 6, Type14(6, 2, 6, 4, "1 250", "NONE", gray.substr(3))},
@@ -91,17 +98,16 @@ TEST(An2kBuiltFiles, RecordsAndPixels)
         int fgp;
         double ppi;
         kovral_io::An2kCompression compression;
-        const char* refusal;   // nullptr: decodes
+        const char* refusal; // nullptr: decodes
     } expected[] = {
-        {13, 19.69 / 2 * 25.4, kovral_io::An2kCompression::None, nullptr},   // Type-3: half of NTR
+        {13, 19.69 / 2 * 25.4, kovral_io::An2kCompression::None, nullptr}, // Type-3: half of NTR
         {2, 19.69 * 25.4, kovral_io::An2kCompression::None, nullptr},
-        {14, 197 * 2.54, kovral_io::An2kCompression::None, nullptr},        // pixels per centimetre
+        {14, 197 * 2.54, kovral_io::An2kCompression::None, nullptr}, // pixels per centimetre
         {15, 1000, kovral_io::An2kCompression::Png, "compression PNG (PNG) is not decoded here"},
-        {1, 19.69 * 25.4, kovral_io::An2kCompression::Jpeg2000, "compression JP2"},   // SLC 0: NTR
+        {1, 19.69 * 25.4, kovral_io::An2kCompression::Jpeg2000, "compression JP2"}, // SLC 0: NTR
         {2, 250, kovral_io::An2kCompression::None, "holds 21 bytes of pixels, 6 x 4 needs 24"},
     };
-    for (size_t i = 0; i < std::size(expected); i++)
-    {
+    for (size_t i = 0; i < std::size(expected); i++) {
         const auto& r = an2k.images[i];
         const auto& e = expected[i];
         EXPECT_EQ(r.Position(), e.fgp) << r.Name();
@@ -112,13 +118,11 @@ TEST(An2kBuiltFiles, RecordsAndPixels)
         EXPECT_EQ(ok, e.refusal == nullptr) << r.Name() << ": " << error;
         if (e.refusal)
             EXPECT_NE(error.find(e.refusal), std::string::npos) << error;
-        else if (r.type == 6)
-        {
+        else if (r.type == 6) {
             const Bytes row0 = {0, 255, 255, 255, 255, 255, 255, 255, 255, 0}, row1 = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
             EXPECT_EQ(Bytes(image.pixels.begin(), image.pixels.begin() + 10), row0);
             EXPECT_EQ(Bytes(image.pixels.begin() + 10, image.pixels.end()), row1);
-        }
-        else
+        } else
             EXPECT_EQ(image.pixels, Bytes(gray.begin(), gray.end())) << r.Name();
     }
     // Ring finger amputated, index unable to print.

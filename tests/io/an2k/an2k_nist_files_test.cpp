@@ -22,7 +22,7 @@ TEST(An2kNistFiles, RecordsAsListed)
         const char* compression;
         int statedW, statedH, w, h;
         double ppi;
-        bool sizeNote;   // the record's size disagrees with the image
+        bool sizeNote; // the record's size disagrees with the image
     } cases[] = {
         // valid1.8.an2: three Type-14 slaps whose records overstate their size.
         {"valid1.8.an2", 3, 14, 1, 0, 13, "WSQ20", 1800, 1000, 1600, 976, 500, true},
@@ -33,8 +33,7 @@ TEST(An2kNistFiles, RecordsAsListed)
         {"nist-type-4-14-flats.eft", 4, 4, 2, 2, 13, "1", 1572, 1000, 1572, 1000, 19.69 * 25.4, false},
         {"nist-type-4-14-flats.eft", 5, 14, 3, 2, 15, "WSQ20", 804, 1000, 804, 1000, 500, false},
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.file) + " record " + std::to_string(c.index));
         const std::vector<uint8_t> bytes = ReadBytes(NistFile(c.file));
         kovral_io::An2kFile file;

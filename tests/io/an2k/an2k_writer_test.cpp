@@ -16,11 +16,10 @@ TEST(An2kWriter, ReadsBackAsGiven)
         const char* comment;
     } rows[] = {
         {3, 2, 2, 0, "plain"},
-        {320, 480, 10, 2, "a path with \x1c\x1d\x1e\x1f separators"},   // every separator, and a LEN of six digits
-        {1, 1, 0, 0, ""},                                               // unknown position, no comment
+        {320, 480, 10, 2, "a path with \x1c\x1d\x1e\x1f separators"}, // every separator, and a LEN of six digits
+        {1, 1, 0, 0, ""},                                             // unknown position, no comment
     };
-    for (const auto& r : rows)
-    {
+    for (const auto& r : rows) {
         kovral_io::An2kFingerImage f;
         f.width = r.w, f.height = r.h, f.position = r.position, f.impression = r.impression, f.comment = r.comment;
         // Every byte value, separators included, in the pixels.
@@ -37,8 +36,7 @@ TEST(An2kWriter, ReadsBackAsGiven)
     EXPECT_TRUE(file.warnings.empty()) << file.warnings.front();
     EXPECT_EQ(file.version, "0500");
     ASSERT_EQ(file.images.size(), fingers.size());
-    for (size_t i = 0; i < fingers.size(); i++)
-    {
+    for (size_t i = 0; i < fingers.size(); i++) {
         const kovral_io::An2kImageRecord& r = file.images[i];
         EXPECT_EQ(r.type, 14);
         EXPECT_EQ(r.idc, int(i + 1));
@@ -62,7 +60,7 @@ TEST(An2kWriter, Refusals)
     EXPECT_FALSE(kovral_io::WriteAn2kFingers(many, "20240101", "x", bytes, error));
     EXPECT_EQ(error, "100 finger images: a transaction holds at most 99");
     many.resize(1);
-    many[0].pixels.clear();   // fewer pixels than its size
+    many[0].pixels.clear(); // fewer pixels than its size
     EXPECT_FALSE(kovral_io::WriteAn2kFingers(many, "20240101", "x", bytes, error));
     EXPECT_EQ(error, "finger image 1 has no pixels of its size");
 }

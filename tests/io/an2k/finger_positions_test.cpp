@@ -31,13 +31,19 @@ TEST(FingerPositions, Assigned)
         {"a single finger record is no slap", 2, 4, none, {}, {0, 0, 0, 0}, Hand::Unknown, false, 0},
         {"a single finger record and one finger found: its position", 7, 1, none, {}, {7}, Hand::Record, false, 0},
         {"ring finger amputated", 14, 3, left, {{9, true}}, {10, 8, 7}, Hand::Record, false, 1},
-        {"a missing finger of the other hand changes nothing", 13, 4, right, {{9, false}}, {2, 3, 4, 5}, Hand::Record,
-         false, 0},
+        {"a missing finger of the other hand changes nothing",
+         13,
+         4,
+         right,
+         {{9, false}},
+         {2, 3, 4, 5},
+         Hand::Record,
+         false,
+         0},
         {"one thumb unable to print", 15, 1, none, {{6, false}}, {1}, Hand::Record, false, 1},
         {"three found, none missing: unknown", 13, 3, right, {}, {0, 0, 0}, Hand::Record, false, 0},
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         const kovral_io::FingerPositions p = kovral_io::AssignFingerPositions(c.slap, c.found, c.judged, c.missing);
         EXPECT_EQ(p.codes, c.codes) << c.what;
         EXPECT_EQ(p.handFrom, c.from) << c.what;

@@ -16,22 +16,20 @@ TEST(FingerprintFiles, NistFiles)
     const struct
     {
         const char* file;
-        std::vector<int> positions;   // of the images, in file order
+        std::vector<int> positions; // of the images, in file order
         std::vector<int> records;
     } cases[] = {
         {"valid1.8.an2", {13, 14, 15}, {3, 4, 5}},
         {"nist-type-4-14-flats.eft", {14, 13, 15}, {3, 4, 5}},
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         const Bytes bytes = kovral_test::ReadBytes(kovral_test::NistFile(c.file));
-        const kovral_io::FingerprintFile f =
-            kovral_io::ReadFingerprintFile(bytes.data(), bytes.size(), RecordSelection::Slaps);
+        const kovral_io::FingerprintFile f
+            = kovral_io::ReadFingerprintFile(bytes.data(), bytes.size(), RecordSelection::Slaps);
         ASSERT_TRUE(f.ok) << f.reason;
         EXPECT_EQ(f.kind, "ANSI/NIST-ITL");
         std::vector<int> positions, records;
-        for (const auto& image : f.images)
-        {
+        for (const auto& image : f.images) {
             positions.push_back(image.position);
             records.push_back(image.record);
             EXPECT_NEAR(image.ppi, 500, 1) << image.Name();
@@ -54,16 +52,16 @@ TEST(FingerprintFiles, WsqFiles)
         double ppi;
         size_t notes;
     } cases[] = {
-        {"valid1.8.an2", 540, 60152, 0, 0},                    // no comment
-        {"nist-type-4-14-flats.eft", 306, 104259, 0, 1},       // PPI 255
-        {"nist-type-4-14-flats.eft", 104583, 112517, 500, 0},  // PPI 500
+        {"valid1.8.an2", 540, 60152, 0, 0},                   // no comment
+        {"nist-type-4-14-flats.eft", 306, 104259, 0, 1},      // PPI 255
+        {"nist-type-4-14-flats.eft", 104583, 112517, 500, 0}, // PPI 500
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         const Bytes file = kovral_test::ReadBytes(kovral_test::NistFile(c.file));
         const Bytes wsq(file.begin() + c.offset, file.begin() + c.offset + c.bytes);
         ASSERT_TRUE(kovral_io::IsFingerprintFile(wsq.data(), wsq.size()));
-        const kovral_io::FingerprintFile f = kovral_io::ReadFingerprintFile(wsq.data(), wsq.size(), RecordSelection::Slaps);
+        const kovral_io::FingerprintFile f
+            = kovral_io::ReadFingerprintFile(wsq.data(), wsq.size(), RecordSelection::Slaps);
         ASSERT_TRUE(f.ok) << f.reason;
         ASSERT_EQ(f.images.size(), 1u);
         EXPECT_EQ(f.images[0].format, "WSQ");
@@ -96,27 +94,25 @@ TEST(FingerprintFiles, SelectionAndOtherDecoders)
     EXPECT_EQ(f.images.size(), 3u) << "all records, twins included";
 
     // The Type-14 record's compression renamed: PNG goes to the other decoder, JP2 is refused.
-    for (const std::string& name : {std::string("PNG  "), std::string("JP2  ")})
-    {
+    for (const std::string& name : {std::string("PNG  "), std::string("JP2  ")}) {
         Bytes renamed = card;
         const std::string cga = "14.011:WSQ20";
         auto c = std::search(renamed.begin(), renamed.end(), cga.begin(), cga.end());
         ASSERT_NE(c, renamed.end());
         std::copy(name.begin(), name.end(), c + 7);
         int calls = 0;
-        const kovral_io::OtherImageDecoder other = [&calls](const uint8_t*, size_t, kovral_io::An2kImage& image,
-                                                            std::string&) {
-            calls++;
-            image.width = 2, image.height = 1, image.pixels = {1, 2};
-            return true;
-        };
+        const kovral_io::OtherImageDecoder other
+            = [&calls](const uint8_t*, size_t, kovral_io::An2kImage& image, std::string&) {
+                  calls++;
+                  image.width = 2, image.height = 1, image.pixels = {1, 2};
+                  return true;
+              };
         f = kovral_io::ReadFingerprintFile(renamed.data(), renamed.size(), RecordSelection::Slaps, other);
         ASSERT_TRUE(f.ok);
         EXPECT_EQ(calls, name[0] == 'P' ? 1 : 0);
         EXPECT_EQ(f.images.size(), name[0] == 'P' ? 3u : 2u) << name;
         EXPECT_EQ(f.refused.size(), name[0] == 'P' ? 0u : 1u) << name;
-        if (name[0] == 'P')
-        {
+        if (name[0] == 'P') {
             EXPECT_EQ(f.images[2].notes.size(), 1u) << "804 x 1000 stated, 2 x 1 decoded";
         }
     }

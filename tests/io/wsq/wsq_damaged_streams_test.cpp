@@ -31,7 +31,7 @@ TEST(WsqDamagedStreams, RefusedWithReason)
     {
         const char* what;
         std::function<void(Bytes&)> change;
-        const char* reason;   // part of the error
+        const char* reason; // part of the error
     } cases[] = {
         {"no start marker", [](Bytes& b) { b[1] = 0xa1; }, "no start-of-image"},
         {"width 0", [](Bytes& b) { Put16(b, 2 + 8, 0); }, "image of 0 x 976"},
@@ -50,10 +50,13 @@ TEST(WsqDamagedStreams, RefusedWithReason)
         {"unknown marker", [](Bytes& b) { b[81 + 1] = 0xa9; }, "unknown marker 0xffa9"},
         {"block 3 missing", [](Bytes& b) { b.erase(b.begin() + 50670, b.end() - 2); }, "of 1171200 coefficients"},
         {"no end marker", [](Bytes& b) { b.resize(b.size() - 2); }, "runs off the end"},
-        {"a fourth block", [](Bytes& b) { b.insert(b.end() - 2, {0xff, 0xa3, 0, 3, 1, 0xff}); }, "more than three blocks"},
+        {"a fourth block",
+         [](Bytes& b) {
+             b.insert(b.end() - 2, {0xff, 0xa3, 0, 3, 1, 0xff});
+         },
+         "more than three blocks"},
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         Bytes stream = RightSlap();
         c.change(stream);
         kovral_io::WsqImage image;
@@ -69,8 +72,7 @@ TEST(WsqDamagedStreams, RefusedWithReason)
 TEST(WsqDamagedStreams, EveryCutRefused)
 {
     const Bytes stream = RightSlap();
-    for (size_t cut = 0; cut < stream.size(); cut += cut < 700 ? 1 : 997)
-    {
+    for (size_t cut = 0; cut < stream.size(); cut += cut < 700 ? 1 : 997) {
         const Bytes part(stream.begin(), stream.begin() + cut);
         kovral_io::WsqImage image;
         std::string error;

@@ -43,16 +43,14 @@ SynthesisFilters ShortPair()
 void ReferenceNode(std::vector<float>& img, int stride, const Rect& r, bool ix, bool iy, const SynthesisFilters& f)
 {
     std::vector<float> in(size_t(std::max(r.w, r.h))), out(in.size());
-    for (int x = 0; x < r.w; x++)
-    {
+    for (int x = 0; x < r.w; x++) {
         for (int y = 0; y < r.h; y++)
             in[size_t(y)] = img[size_t(r.y + y) * stride + r.x + x];
         SynthesiseLineReference(in.data(), r.h, iy, f, out.data());
         for (int y = 0; y < r.h; y++)
             img[size_t(r.y + y) * stride + r.x + x] = out[size_t(y)];
     }
-    for (int y = 0; y < r.h; y++)
-    {
+    for (int y = 0; y < r.h; y++) {
         float* row = img.data() + size_t(r.y + y) * stride + r.x;
         SynthesiseLineReference(row, r.w, ix, f, out.data());
         std::memcpy(row, out.data(), sizeof(float) * size_t(r.w));
@@ -66,13 +64,11 @@ TEST(WsqSynthesis, NodeEqualsReferenceBitForBit)
     // Sizes around the vector widths (4, 8, 32 samples a pass) and the
     // shortest lines, odd and even, in every inversion, both vector paths.
     const Rect rects[] = {{3, 2, 2, 2}, {1, 1, 3, 5}, {0, 0, 17, 9}, {5, 3, 64, 33}, {2, 7, 71, 40}, {0, 0, 100, 61}};
-    for (bool wide : {true, false})
-    {
+    for (bool wide : {true, false}) {
         const bool used = UseWideVectors(wide);
         for (const SynthesisFilters& f : {NineSeven(), ShortPair()})
             for (const Rect& r : rects)
-                for (int flags = 0; flags < 4; flags++)
-                {
+                for (int flags = 0; flags < 4; flags++) {
                     const int stride = r.x + r.w + 3;
                     std::vector<float> img(size_t(stride) * (r.y + r.h + 2));
                     for (float& v : img)
@@ -96,41 +92,40 @@ TEST(WsqSynthesis, ShortestLine)
     const float low[] = {1, 2, 4}, high[] = {8, 16, 32};
     std::memcpy(f.low, low, sizeof low);
     std::memcpy(f.high, high, sizeof high);
-    const float in[] = {1, 100};   // L[0] = 1, H[0] = 100
+    const float in[] = {1, 100}; // L[0] = 1, H[0] = 100
     float out[2];
     SynthesiseLineReference(in, 2, false, f, out);
-    EXPECT_EQ(out[0], 2 * 1 + 8 * 100 + 32 * 100);   // position 0: taps 0 and 2 reach H at -1 -> 1 and 1
-    EXPECT_EQ(out[1], 1 * 1 + 4 * 1 + 16 * 100);     // position 1: L at 0 and 2 -> 0
-    SynthesiseLineReference(in, 2, true, f, out);    // stored [H, L]
+    EXPECT_EQ(out[0], 2 * 1 + 8 * 100 + 32 * 100); // position 0: taps 0 and 2 reach H at -1 -> 1 and 1
+    EXPECT_EQ(out[1], 1 * 1 + 4 * 1 + 16 * 100);   // position 1: L at 0 and 2 -> 0
+    SynthesiseLineReference(in, 2, true, f, out);  // stored [H, L]
     EXPECT_EQ(out[0], 2 * 100 + 8 * 1 + 32 * 1);
 }
 
 TEST(WsqSubbandTree, KnownRectangles)
 {
-    const struct { int w, h, subband; Rect r; } cases[] = {
-        {1600, 976, 0, {0, 0, 50, 31}},
-        {1600, 976, 3, {50, 31, 50, 30}},
-        {1600, 976, 51, {400, 244, 400, 244}},
-        {1600, 976, 63, {1200, 732, 400, 244}},
-        {1572, 1000, 1, {50, 0, 49, 32}},        // odd node 19 (99 wide): the low band is wider
-        {1572, 1000, 19, {393, 0, 98, 63}},      // node 4 is x-inverted: its left children are narrower
-        {1572, 1000, 24, {687, 0, 99, 63}},
-        {1572, 1000, 35, {0, 250, 99, 63}},      // node 5 is not
-        {1572, 1000, 33, {589, 187, 98, 63}},
-        {1572, 1000, 53, {1179, 0, 393, 250}},
+    const struct
+    {
+        int w, h, subband;
+        Rect r;
+    } cases[] = {
+        {1600, 976, 0, {0, 0, 50, 31}},         {1600, 976, 3, {50, 31, 50, 30}},
+        {1600, 976, 51, {400, 244, 400, 244}},  {1600, 976, 63, {1200, 732, 400, 244}},
+        {1572, 1000, 1, {50, 0, 49, 32}},   // odd node 19 (99 wide): the low band is wider
+        {1572, 1000, 19, {393, 0, 98, 63}}, // node 4 is x-inverted: its left children are narrower
+        {1572, 1000, 24, {687, 0, 99, 63}},     {1572, 1000, 35, {0, 250, 99, 63}}, // node 5 is not
+        {1572, 1000, 33, {589, 187, 98, 63}},   {1572, 1000, 53, {1179, 0, 393, 250}},
         {1572, 1000, 59, {393, 750, 393, 250}},
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SubbandTree tree;
         BuildSubbandTree(c.w, c.h, tree);
         const Rect& r = tree.subband[c.subband];
         EXPECT_TRUE(r.x == c.r.x && r.y == c.r.y && r.w == c.r.w && r.h == c.r.h)
-            << c.w << " x " << c.h << " subband " << c.subband << ": " << r.x << "," << r.y << " " << r.w << "x" << r.h;
+            << c.w << " x " << c.h << " subband " << c.subband << ": " << r.x << "," << r.y << " " << r.w << "x"
+            << r.h;
     }
     // Every pixel belongs to exactly one subband, for odd and even sizes.
-    for (const auto& [w, h] : {std::pair{1572, 1000}, std::pair{257, 331}, std::pair{32, 33}})
-    {
+    for (const auto& [w, h] : {std::pair{1572, 1000}, std::pair{257, 331}, std::pair{32, 33}}) {
         SubbandTree tree;
         BuildSubbandTree(w, h, tree);
         std::vector<int> cover(size_t(w) * h);
@@ -145,7 +140,7 @@ TEST(WsqSubbandTree, KnownRectangles)
 // counts[i] = number of codes of length i + 1.
 struct TableLayout
 {
-    std::vector<std::pair<int, int>> lengths;   // (code length, how many)
+    std::vector<std::pair<int, int>> lengths; // (code length, how many)
     std::vector<uint8_t> values;
 };
 
@@ -175,7 +170,7 @@ struct BlockCase
     std::vector<uint8_t> bytes;
     std::vector<size_t> restarts;
     size_t count;
-    std::vector<int32_t> expected;   // empty: refused
+    std::vector<int32_t> expected; // empty: refused
 };
 
 TEST(WsqHuffman, BlockSymbols)
@@ -197,14 +192,12 @@ TEST(WsqHuffman, BlockSymbols)
     HuffmanTable table;
     std::string error;
     ASSERT_TRUE(Build({{{8, int(values.size())}}, values}, table, error)) << error;
-    for (const BlockCase& c : cases)
-    {
+    for (const BlockCase& c : cases) {
         std::vector<int32_t> coefficients(c.count);
         size_t next = 0;
         const bool ok = DecodeBlock({c.bytes, c.restarts}, table, coefficients.data(), c.count, next, error);
         EXPECT_EQ(ok, !c.expected.empty()) << c.what << ": " << error;
-        if (ok && !c.expected.empty())
-        {
+        if (ok && !c.expected.empty()) {
             EXPECT_EQ(coefficients, c.expected) << c.what;
             EXPECT_EQ(next, c.count) << c.what;
         }
@@ -217,21 +210,25 @@ TEST(WsqHuffman, BlockPadding)
     HuffmanTable table;
     std::string error;
     ASSERT_TRUE(Build({{{2, 2}, {3, 1}}, {1, 181, 179}}, table, error));
-    const struct { const char* what; uint8_t byte; size_t decoded; bool ok; } cases[] = {
-        {"four codes, no padding", 0b00010001, 4, true},       // run, +1, run, +1
+    const struct
+    {
+        const char* what;
+        uint8_t byte;
+        size_t decoded;
+        bool ok;
+    } cases[] = {
+        {"four codes, no padding", 0b00010001, 4, true}, // run, +1, run, +1
         {"three codes, 1-bit padding", 0b00010011, 3, true},
         {"a 3-bit code and five 1-bits", 0b10011111, 1, true},
-        {"padding of 0-bits is a code cut off", 0b01100000, 0, false},  // 01, 100, 00, then a lone 0
+        {"padding of 0-bits is a code cut off", 0b01100000, 0, false}, // 01, 100, 00, then a lone 0
         {"a complete byte of padding", 0xff, 0, false},
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         std::vector<int32_t> coefficients(8);
         size_t next = 0;
         const bool ok = DecodeBlock({{c.byte}, {}}, table, coefficients.data(), coefficients.size(), next, error);
         EXPECT_EQ(ok, c.ok) << c.what << ": " << error;
-        if (ok)
-        {
+        if (ok) {
             EXPECT_EQ(next, c.decoded) << c.what;
         }
     }

@@ -20,8 +20,7 @@ TEST(WsqRealSlaps, EqualReferenceDecoder)
 {
     const std::string reference = RealDataDir();
     const int commentPpi[] = {0, 0, 0, 255, 500, 255};
-    for (size_t k = 0; k < std::size(kNistSlaps); k++)
-    {
+    for (size_t k = 0; k < std::size(kNistSlaps); k++) {
         const NistSlap& s = kNistSlaps[k];
         SCOPED_TRACE(s.pgm);
         const std::vector<uint8_t> file = ReadBytes(NistFile(s.file));
@@ -29,7 +28,8 @@ TEST(WsqRealSlaps, EqualReferenceDecoder)
         kovral_io::WsqFrame frame;
         std::string error;
         ASSERT_TRUE(kovral_io::ReadWsqFrame(file.data() + s.dataOffset, s.dataBytes, frame, error)) << error;
-        EXPECT_EQ(std::tuple(frame.width, frame.height, frame.commentPpi), std::tuple(s.width, s.height, commentPpi[k]));
+        EXPECT_EQ(std::tuple(frame.width, frame.height, frame.commentPpi),
+                  std::tuple(s.width, s.height, commentPpi[k]));
         kovral_io::WsqImage image;
         ASSERT_TRUE(kovral_io::DecodeWsq(file.data() + s.dataOffset, s.dataBytes, image, error)) << error;
         ASSERT_EQ(image.width, s.width);

@@ -25,15 +25,14 @@ std::vector<uint8_t> Encode(const kovral_io::GrayImage& image, const std::vector
     jpeg_set_defaults(&cinfo);
     jpeg_set_quality(&cinfo, 95, TRUE);
     jpeg_simple_progression(&cinfo);
-    if (!scans.empty())
-    {
+    if (!scans.empty()) {
         cinfo.scan_info = scans.data();
         cinfo.num_scans = static_cast<int>(scans.size());
     }
     jpeg_start_compress(&cinfo, TRUE);
-    while (cinfo.next_scanline < cinfo.image_height)
-    {
-        JSAMPROW row = const_cast<uint8_t*>(image.pixels.data()) + cinfo.next_scanline * static_cast<size_t>(image.width);
+    while (cinfo.next_scanline < cinfo.image_height) {
+        JSAMPROW row
+            = const_cast<uint8_t*>(image.pixels.data()) + cinfo.next_scanline * static_cast<size_t>(image.width);
         jpeg_write_scanlines(&cinfo, &row, 1);
     }
     jpeg_finish_compress(&cinfo);
@@ -48,8 +47,7 @@ std::vector<uint8_t> Encode(const kovral_io::GrayImage& image, const std::vector
 std::vector<uint8_t> ScanBombJpeg(const kovral_io::GrayImage& image, int refinements)
 {
     std::vector<jpeg_scan_info> scans{{1, {0}, 0, 0, 0, 0}};
-    for (int k = 1; k < 64; k++)
-    {
+    for (int k = 1; k < 64; k++) {
         scans.push_back({1, {0}, k, k, 0, refinements});
         for (int bit = refinements; bit > 0; bit--)
             scans.push_back({1, {0}, k, k, bit, bit - 1});

@@ -13,7 +13,10 @@
 
 namespace kovral_test {
 
-inline std::string NistFile(const std::string& name) { return std::string(KOVRAL_NIST_DATA) + "/" + name; }
+inline std::string NistFile(const std::string& name)
+{
+    return std::string(KOVRAL_NIST_DATA) + "/" + name;
+}
 
 // $KOVRAL_REALDATA, else shared/realdata beside the repository (or beside the
 // worktree's parent); empty when there is none.
@@ -21,8 +24,7 @@ inline std::string RealDataDir()
 {
     if (const char* env = std::getenv("KOVRAL_REALDATA"))
         return env;
-    for (const char* rel : {"/../shared/realdata", "/../../shared/realdata"})
-    {
+    for (const char* rel : {"/../shared/realdata", "/../../shared/realdata"}) {
         const std::string dir = std::string(KOVRAL_SOURCE_DIR) + rel;
         if (std::filesystem::is_directory(dir))
             return dir;
