@@ -20,6 +20,8 @@ import sys
 import tempfile
 import time
 
+from tool_bench import make_slaps
+
 
 def setup_paths(build):
     sys.path[:0] = [os.path.join(build, "python"), os.path.join(build, "python", "tests")]
@@ -45,20 +47,6 @@ def overhead(rounds=7, repeats=60):
         print(f"{name:24s} {seconds * 1e3:7.3f} ms{extra}")
 
 
-def make_slaps(build, folder, count):
-    make = os.path.join(build, "tools", "kovral_make_sample")
-    os.makedirs(folder, exist_ok=True)
-    procs = []
-    for i in range(count):
-        tilt = (i * 7) % 31 - 15
-        procs.append(subprocess.Popen([make, os.path.join(folder, f"slap{i:04d}.png"), "--seed", str(i + 1),
-                                       "--tilt", str(tilt)] + (["--left"] if i % 2 else [])))
-        if len(procs) >= 2:
-            procs.pop(0).wait()
-    for p in procs:
-        p.wait()
-
-
 def dask_batch(build, count):
     import distributed
 
@@ -67,7 +55,7 @@ def dask_batch(build, count):
     work = tempfile.mkdtemp(prefix="kovral-bench-")
     try:
         slaps = os.path.join(work, "in")
-        make_slaps(build, slaps, count)
+        make_slaps(build, slaps, count, "png")
         tool = os.path.join(build, "tools", "kovral-split")
 
         def run_tool():

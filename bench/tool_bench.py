@@ -22,13 +22,14 @@ import tempfile
 import time
 
 
-def make_slaps(build, folder, count):
+def make_slaps(build, folder, count, extension="pgm"):
+    """COUNT generated slaps of 1600 x 1000 in FOLDER, hands tilted -15..15 degrees, right and left."""
     make = os.path.join(build, "tools", "kovral_make_sample")
     os.makedirs(folder, exist_ok=True)
     procs = []
     for i in range(count):
         tilt = (i * 7) % 31 - 15
-        procs.append(subprocess.Popen([make, os.path.join(folder, f"slap{i:04d}.pgm"), "--seed", str(i + 1),
+        procs.append(subprocess.Popen([make, os.path.join(folder, f"slap{i:04d}.{extension}"), "--seed", str(i + 1),
                                        "--tilt", str(tilt)] + (["--left"] if i % 2 else [])))
         if len(procs) >= 2:
             procs.pop(0).wait()

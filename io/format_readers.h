@@ -44,6 +44,10 @@ bool InImage(Bytes bytes, const ReadResult& result);
 // memory an earlier image left; its contents are undefined.
 void AllocateImage(int width, int height, ReadResult& result);
 
+// Inches per metre and per centimetre, for resolutions stated per metre or centimetre.
+constexpr double kInchesPerMetre = 1 / 0.0254;
+constexpr double kInchesPerCentimetre = 1 / 2.54;
+
 // Gray of a colour, weighted as the eye sees brightness.
 inline uint8_t GrayOf(unsigned r, unsigned g, unsigned b)
 {

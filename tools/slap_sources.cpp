@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <set>
 
@@ -20,6 +21,9 @@ constexpr size_t kSniffBytes = 16;
 constexpr uint64_t kMaxFingerprintFileBytes = uint64_t{256} << 20;
 // Corner names in the order the library gives them.
 constexpr const char* kCornerNames[4] = {"tl", "tr", "bl", "br"};
+// Image headers below this state a screen's resolution (72 and 96 are the
+// usual defaults of image programs), never a fingerprint scanner's.
+constexpr double kLowestScanPpi = 200;
 
 // The first bytes of a regular file, or nothing (the worker reports the problem).
 std::vector<uint8_t> FirstBytes(const std::string& path)
@@ -37,25 +41,13 @@ std::vector<uint8_t> FirstBytes(const std::string& path)
     return bytes;
 }
 
-bool DecodeOtherRecord(const uint8_t* data, size_t size, kovral_io::An2kImage& image, std::string& error)
-{
-    kovral_io::ReadResult result = kovral_io::ReadImage({data, size});
-    if (!result.ok) {
-        error = result.reason;
-        return false;
-    }
-    image.width = result.image.width;
-    image.height = result.image.height;
-    image.pixels = std::move(result.image.pixels);
-    return true;
-}
-
 bool ReadFingerprintSlap(const std::vector<uint8_t>& bytes, const InputFile& input, SlapSource& source,
                          GrayImage& image, std::string& error)
 {
     // A record named by the expansion is read whatever the selection; a WSQ file is its one image.
-    kovral_io::FingerprintFile file = kovral_io::ReadFingerprintFile(
-        bytes.data(), bytes.size(), kovral_io::RecordSelection::All, DecodeOtherRecord, {}, input.record);
+    kovral_io::FingerprintFile file
+        = kovral_io::ReadFingerprintFile(bytes.data(), bytes.size(), kovral_io::RecordSelection::All,
+                                         kovral_io::DecodeWithImageReaders, {}, input.record);
     if (!file.ok) {
         error = file.reason;
         return false;
@@ -202,9 +194,15 @@ kovral_io::ReadOptions ImageReadOptions(const Options& options)
 void NoteImageSource(const kovral_io::ReadResult& result, SlapSource& source)
 {
     source.format = result.format;
-    source.statedPpi = result.ppi;
-    if (result.ppi > 0)
+    if (result.ppi >= kLowestScanPpi) {
+        source.statedPpi = result.ppi;
         source.ppiSource = "the " + result.format + " header";
+    } else if (result.ppi > 0) {
+        char text[160];
+        std::snprintf(text, sizeof text, "the %s header states %.0f ppi, a screen's resolution: taken as not stated",
+                      result.format.c_str(), result.ppi);
+        source.notes.push_back(text);
+    }
 }
 
 bool PrepareSlap(const GrayImage& image, const SlapSource& source, const Options& options,

@@ -52,6 +52,7 @@ struct Header
     size_t paletteAt = 0;
     size_t paletteEntrySize = 4;
     uint64_t pixelsAt = 0;
+    int32_t pixelsPerMetre = 0; // horizontal; 0 when not stated
 };
 
 bool ParseHeader(Bytes bytes, Header& h, std::string& reason)
@@ -86,6 +87,7 @@ bool ParseHeader(Bytes bytes, Header& h, std::string& reason)
         h.bits = Le16(info + 14);
         h.compression = Le32(info + 16);
         h.coloursUsed = Le32(info + 32);
+        h.pixelsPerMetre = static_cast<int32_t>(Le32(info + 24));
     }
     if (h.compression != kUncompressed) {
         reason = "compressed BMP (method " + std::to_string(h.compression) + ") is not supported";
@@ -120,6 +122,8 @@ void BmpDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
     const int64_t rows = h.height < 0 ? -h.height : h.height;
     if (!SizeAccepted(h.width, rows, options, result))
         return;
+    if (h.pixelsPerMetre > 0)
+        result.ppi = h.pixelsPerMetre / kInchesPerMetre;
 
     // Sizes are bounded by the accepted limits (at most 2^31 each side), so
     // 64 bits hold the row length; the total is checked for overflow.

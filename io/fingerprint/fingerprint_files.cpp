@@ -1,5 +1,6 @@
 // WSQ and transaction files as lists of images.
 #include "fingerprint_files.h"
+#include "kovral_io.h"
 
 #include <algorithm>
 
@@ -166,6 +167,19 @@ FingerprintListing ListFingerprintRecords(const uint8_t* data, size_t size, Reco
     }
     listing.ok = true;
     return listing;
+}
+
+bool DecodeWithImageReaders(const uint8_t* data, size_t size, An2kImage& image, std::string& error)
+{
+    ReadResult result = ReadImage({data, size});
+    if (!result.ok) {
+        error = result.reason;
+        return false;
+    }
+    image.width = result.image.width;
+    image.height = result.image.height;
+    image.pixels = std::move(result.image.pixels);
+    return true;
 }
 
 } // namespace kovral_io

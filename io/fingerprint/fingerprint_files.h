@@ -62,6 +62,10 @@ enum class RecordSelection
 // with error set to refuse. May be empty: such records are then refused.
 using OtherImageDecoder = std::function<bool(const uint8_t* data, size_t size, An2kImage& image, std::string& error)>;
 
+// The OtherImageDecoder of the tool and the Python package: kovral_io's
+// image readers (ReadImage with its default limits).
+bool DecodeWithImageReaders(const uint8_t* data, size_t size, An2kImage& image, std::string& error);
+
 // True when the bytes are a file ReadFingerprintFile reads (by content).
 bool IsFingerprintFile(const uint8_t* data, size_t size);
 

@@ -88,6 +88,9 @@ bool Decompress(jpeg_decompress_struct& cinfo, ErrorHandler& handler, ScanGuard&
     cinfo.progress = &guard.base;
     jpeg_mem_src(&cinfo, bytes.data(), static_cast<unsigned long>(bytes.size()));
     jpeg_read_header(&cinfo, TRUE);
+    // JFIF density: unit 1 dots per inch, 2 per centimetre, 0 an aspect ratio only.
+    if (cinfo.saw_JFIF_marker && cinfo.X_density > 0 && (cinfo.density_unit == 1 || cinfo.density_unit == 2))
+        result.ppi = cinfo.density_unit == 1 ? cinfo.X_density : cinfo.X_density / detail::kInchesPerCentimetre;
     if (!detail::SizeAccepted(cinfo.image_width, cinfo.image_height, options, result))
         return false;
     cinfo.out_color_space = JCS_GRAYSCALE;

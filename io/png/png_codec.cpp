@@ -121,6 +121,10 @@ void PngDecode(Bytes bytes, const ReadOptions& options, ReadResult& result)
         return;
     }
 
+    // pHYs in pixels per metre; the unit "unknown" only gives an aspect ratio.
+    spng_phys phys = {};
+    if (spng_get_phys(ctx.get(), &phys) == 0 && phys.unit_specifier == 1 && phys.ppu_x > 0)
+        result.ppi = phys.ppu_x / kInchesPerMetre;
     if (format == SPNG_FMT_G8) {
         result.ok = true;
         return;

@@ -66,19 +66,6 @@ struct Record
     std::vector<std::string> notes;
 };
 
-bool DecodeOtherRecord(const uint8_t* data, size_t size, kovral_io::An2kImage& image, std::string& error)
-{
-    kovral_io::ReadResult result = kovral_io::ReadImage({data, size});
-    if (!result.ok) {
-        error = result.reason;
-        return false;
-    }
-    image.width = result.image.width;
-    image.height = result.image.height;
-    image.pixels = std::move(result.image.pixels);
-    return true;
-}
-
 py::object Read(const std::string& path, const std::optional<SizePair>& rawSize)
 {
     std::optional<kovral_tool::PixelSize> raw = ToPixelSize(rawSize, "size");
@@ -93,7 +80,7 @@ py::object Read(const std::string& path, const std::optional<SizePair>& rawSize)
         fingerprint = ok && kovral_io::IsFingerprintFile(bytes.data(), bytes.size());
         if (fingerprint) {
             file = kovral_io::ReadFingerprintFile(bytes.data(), bytes.size(), kovral_io::RecordSelection::All,
-                                                  DecodeOtherRecord);
+                                                  kovral_io::DecodeWithImageReaders);
             ok = file.ok && !(file.images.empty() && file.refused.empty());
             error = !file.reason.empty() ? file.reason : "holds no fingerprint image record";
             if (file.ok && !file.warnings.empty())

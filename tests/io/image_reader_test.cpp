@@ -146,6 +146,70 @@ TEST(ImageReader, EveryFormatGivesThePattern)
         ASSERT_EQ(got.image.height, image.height) << what;
         for (size_t i = 0; i < image.pixels.size(); i++)
             ASSERT_LE(std::abs(got.image.pixels[i] - image.pixels[i]), tolerance) << what << ", pixel " << i;
+        // None of these states a resolution (JFIF's default density is an aspect ratio).
+        EXPECT_EQ(got.ppi, 0) << what;
+    }
+}
+
+// A gray PNG with a pHYs chunk of ppm pixels per unit (1: metre, 0: unknown).
+Bytes PngWithPhys(const GrayImage& image, uint32_t ppm, uint8_t unit)
+{
+    spng_ctx* ctx = spng_ctx_new(SPNG_CTX_ENCODER);
+    spng_set_option(ctx, SPNG_ENCODE_TO_BUFFER, 1);
+    spng_ihdr ihdr = {static_cast<uint32_t>(image.width),
+                      static_cast<uint32_t>(image.height),
+                      8,
+                      SPNG_COLOR_TYPE_GRAYSCALE,
+                      0,
+                      0,
+                      0};
+    spng_set_ihdr(ctx, &ihdr);
+    spng_phys phys = {ppm, ppm, unit};
+    spng_set_phys(ctx, &phys);
+    spng_encode_image(ctx, image.pixels.data(), image.pixels.size(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE);
+    size_t size = 0;
+    int error = 0;
+    uint8_t* png = static_cast<uint8_t*>(spng_get_png_buffer(ctx, &size, &error));
+    Bytes bytes(png, png + size);
+    std::free(png);
+    spng_ctx_free(ctx);
+    return bytes;
+}
+
+// Our JPEG with its JFIF density set: unit 1 dots per inch, 2 per centimetre.
+Bytes JpegWithDensity(const GrayImage& image, uint8_t unit, uint16_t density)
+{
+    Bytes bytes = kovral_io::EncodeGrayJpeg(image, 90);
+    // SOI, then APP0: marker, length, "JFIF\0", version, unit, X density, Y density.
+    bytes[13] = unit;
+    bytes[14] = bytes[16] = static_cast<uint8_t>(density >> 8);
+    bytes[15] = bytes[17] = static_cast<uint8_t>(density);
+    return bytes;
+}
+
+// Our BMP with its horizontal pixels per metre set.
+Bytes BmpWithDensity(const GrayImage& image, uint32_t ppm)
+{
+    Bytes bytes = kovral_io::EncodeGrayBmp(image);
+    PutLittleEndian(bytes, 38, ppm);
+    return bytes;
+}
+
+TEST(ImageReader, StatedResolution)
+{
+    const GrayImage image = Pattern(64, 48);
+    const std::tuple<const char*, Bytes, double> rows[] = {
+        {"PNG pHYs, 19685 per metre", PngWithPhys(image, 19685, 1), 500.0},
+        {"PNG pHYs of unknown unit: an aspect ratio", PngWithPhys(image, 19685, 0), 0},
+        {"JPEG JFIF, 500 dots per inch", JpegWithDensity(image, 1, 500), 500.0},
+        {"JPEG JFIF, 394 dots per centimetre", JpegWithDensity(image, 2, 394), 1000.76},
+        {"JPEG JFIF density without unit: an aspect ratio", JpegWithDensity(image, 0, 500), 0},
+        {"BMP, 9843 pixels per metre", BmpWithDensity(image, 9843), 250.0},
+    };
+    for (const auto& [what, bytes, ppi] : rows) {
+        const kovral_io::ReadResult got = kovral_io::ReadImage(bytes);
+        ASSERT_TRUE(got.ok) << what << ": " << got.reason;
+        EXPECT_NEAR(got.ppi, ppi, 0.05) << what;
     }
 }
 

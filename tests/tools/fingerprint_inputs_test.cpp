@@ -2,6 +2,7 @@
 // record, WSQ files, transactions built here from generated hands (missing
 // fingers, a record's hand the judgement contradicts, a stated resolution),
 // resolutions given, measured and refused, and boxes in source pixels.
+#include "an2k_records.h"
 #include "image_decoding.h"
 #include "image_encoding.h"
 
@@ -29,25 +30,6 @@ std::string Read(const fs::path& path)
 {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-// A tagged record of fields (number, value); its length field counts itself.
-std::string Tagged(int type, const std::vector<std::pair<int, std::string>>& fields)
-{
-    const auto text = [&](size_t length) {
-        std::string s = std::to_string(type) + ".001:" + std::to_string(length);
-        for (const auto& [n, v] : fields)
-            s += "\x1d" + std::to_string(type) + "."
-                + (n < 10        ? "00"
-                       : n < 100 ? "0"
-                                 : "")
-                + std::to_string(n) + ":" + v;
-        return s + "\x1c";
-    };
-    size_t length = text(0).size();
-    while (text(length).size() != length)
-        length = text(length).size();
-    return text(length);
 }
 
 // A transaction of one uncompressed Type-14 slap: finger position fgp, SLC 1

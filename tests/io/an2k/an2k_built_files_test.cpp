@@ -1,6 +1,7 @@
 // Files written here for what the NIST files do not hold: uncompressed 8-bit
 // and 1-bit records, amputations, resolutions in every unit, other
 // compressions handed on.
+#include "an2k_records.h"
 #include "an2k/an2k.h"
 
 #include <gtest/gtest.h>
@@ -8,25 +9,6 @@
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-
-// A tagged record of fields (number, value); its length field counts itself.
-std::string Tagged(int type, const std::vector<std::pair<int, std::string>>& fields)
-{
-    const auto text = [&](size_t length) {
-        std::string s = std::to_string(type) + ".001:" + std::to_string(length);
-        for (const auto& [n, v] : fields)
-            s += "\x1d" + std::to_string(type) + "."
-                + (n < 10        ? "00"
-                       : n < 100 ? "0"
-                                 : "")
-                + std::to_string(n) + ":" + v;
-        return s + "\x1c";
-    };
-    size_t length = text(0).size();
-    while (text(length).size() != length)
-        length = text(length).size();
-    return text(length);
-}
 
 std::string Binary(int idc, int fgp, int w, int h, int compression, const std::string& data)
 {
