@@ -169,7 +169,8 @@ bool ReadTagged(const uint8_t* d, size_t size, size_t start, TaggedRecord& recor
             record.length = length;
             record.hasData = true;
             record.dataOffset = pos;
-            record.dataSize = end - 1 - pos;
+            // A tag that ends the record holds no data at all.
+            record.dataSize = pos < end ? end - 1 - pos : 0;
             if (d[end - 1] != kFs)
                 warnings.push_back(name + ": does not end with a file separator");
             return true;
